@@ -1,0 +1,5 @@
+#include "messaging.h"
+
+int _msgDrain(void) {
+    return 0;
+}

@@ -1,0 +1,154 @@
+#!/bin/bash
+# Tests the virtual unit from the host: what a command finds in it, what stays of it, and how it ends.
+set -u
+
+repository=$(cd -P "${BASH_SOURCE%/*}/../.." && pwd)
+unit=$repository/unit
+ktunit=$unit/ktunit
+"$ktunit" --unavailable=77 -- true || exit
+
+# The directory lies in the repository, so it is the host's own inside a unit too.
+scratch=$(mktemp -d "$repository/ktunit-test.XXXXXX") || exit 1
+trap 'rm -rf "$scratch"' EXIT
+
+fail() {
+    echo "FAILED: $1" >&2
+    exit 1
+}
+
+expect() { # WHAT EXPECTED ACTUAL
+    [[ $2 == "$3" ]] || fail "$1: expected '$2', got '$3'"
+}
+
+# The marker goes up on the host once the command has it: no guess how long a start takes.
+await_file() { # FILE
+    local tries
+    for ((tries = 0; tries < 200; ++tries)); do
+        [[ -e $1 ]] && return
+        sleep 0.02
+    done
+    fail "$1 did not appear"
+}
+
+# Every process of the unit holds the pipe: its end comes only when all of them are gone.
+expect_all_gone() { # WHAT PIPE
+    timeout 3 cat <&"$2" >/dev/null || fail "$1: processes are left"
+}
+
+test_board() {
+    local output
+    output=$("$ktunit" -- sh -c '
+        hostname; grep Processor /proc/cpuinfo | sed -n "s/.*: //p"; /bin/df -k | grep -o "^/dev/root"
+        grep -c = /usr/local/data/mfg.conf; cat /sys/class/gpio/gpio6/value /sys/class/net/eth0/carrier
+        abget rfs; echo beyond | dd of=/dev/mem bs=1 seek=4294967280 conv=notrunc status=none
+        tail -c 16 /dev/mem | head -c 7; date -d 2026-03-03 +%j; ls -d /var/lognv/kt /usr/local/data/*/')
+    expect board "gateway
+ARMv7 Processor rev 10 (v7l)
+/dev/root
+7
+1
+1
+rfs1
+beyond
+062
+/usr/local/data/fupdate/
+/usr/local/data/retries/
+/usr/local/data/traces/
+/var/lognv/kt" "$output"
+    output=$("$ktunit" -- sh -c 'busybox nc -l -p 4310 >/tmp/got & server=$!
+        until echo over loopback | busybox nc -w 1 127.0.0.1 4310 2>/dev/null; do sleep 0.01; done
+        wait $server; cat /tmp/got; /bin/pidof -s busybox')
+    expect loopback 'over loopback' "$output"
+    echo 'ok: the board'
+}
+
+test_isolation() {
+    local before
+    before=$(ls -lR --time-style=full-iso /usr/local /etc 2>/dev/null | cksum)
+    (cd "$scratch" && "$ktunit" -- sh -c 'rm -rf /usr/local/data /etc/hostname /etc/passwd
+        for area in /etc /var /tmp /root; do echo x >$area/kt-test || exit; done; echo kept >kept') ||
+        fail 'isolation: the command could not write'
+    expect isolation "$before" "$(ls -lR --time-style=full-iso /usr/local /etc 2>/dev/null | cksum)"
+    [[ ! -e /etc/kt-test && ! -e /var/kt-test && ! -e /tmp/kt-test && ! -e /root/kt-test ]] ||
+        fail 'isolation: a file reached the host'
+    expect 'work tree' kept "$(cat "$scratch/kept")"
+    echo 'ok: isolation'
+}
+
+test_status_and_streams() {
+    local output
+    "$ktunit" -- sh -c 'exit 37'
+    expect 'exit status' 37 $?
+    "$ktunit" -- sh -c 'kill -SEGV $$'
+    expect 'death by a signal' 139 $?
+    "$ktunit" -- no-such-command 2>/dev/null
+    expect 'missing command' 127 $?
+    output=$(echo in | "$ktunit" -- sh -c 'read word; echo $word out; echo err >&2' 2>"$scratch/err")
+    expect streams 'in out err' "$output $(cat "$scratch/err")"
+    unshare --user --map-root-user sh -c 'echo 0 >/proc/sys/user/max_user_namespaces; exec "$@"' - \
+        "$ktunit" --unavailable=77 -- true 2>"$scratch/why"
+    expect 'forbidden namespaces' 77 $?
+    grep -q 'sysctl -w user.max_user_namespaces' "$scratch/why" || fail 'no advice how to allow namespaces'
+    echo 'ok: status and streams'
+}
+
+test_journal_and_reboot() {
+    local output
+    output=$("$ktunit" --on-reboot=record -- sh -c '/bin/date 030314052026.09; /bin/date +%s >/dev/null
+        /sbin/hwclock --systohc; /usr/local/bin/rax -r -m; /usr/local/bin/plimb reboot
+        cat "$KT_UNIT_JOURNAL"')
+    expect journal 'date 030314052026.09
+hwclock --systohc
+rax -r -m
+plimb reboot' "$output"
+    local reboot
+    for reboot in '/sbin/shutdown now -r -F' '/usr/local/bin/plimb reboot' 'busybox reboot -f; sleep 9'; do
+        output=$("$ktunit" -- sh -c "$reboot; echo still running")
+        expect "$reboot" '129 ' "$? $output"
+    done
+    echo 'ok: journal and reboot'
+}
+
+test_endings() {
+    local pipe daemon='trap "echo asked >asked; exit 9" TERM; touch ready; sleep 60 & wait'
+    cd "$scratch" || exit
+    exec {pipe}< <("$ktunit" -- sh -c 'setsid sleep 60 & (sleep 60 &); true')
+    expect_all_gone 'end of the command' "$pipe"
+
+    exec {pipe}< <(exec "$ktunit" -- sh -c "$daemon")
+    await_file ready
+    kill -TERM $!
+    expect_all_gone SIGTERM "$pipe"
+    wait $!
+    expect 'SIGTERM passed on' '9 asked' "$? $(cat asked)"
+    echo 'ok: endings'
+}
+
+test_state() {
+    local state=$scratch/state output
+    "$ktunit" --state "$state" -- sh -c 'cd /usr/local/data; echo one >one; rm mfg.conf /etc/passwd'
+    output=$("$ktunit" --state "$state" --changes -- sh -c 'cat /usr/local/data/one; echo 2 >>/etc/hosts')
+    expect state 'one
+M /etc/hosts
+D /etc/passwd
+D /usr/local/data/mfg.conf
+A /usr/local/data/one' "$output"
+    "$ktunit" --state "$state" -- sh -c 'echo shared >/dev/shm/note; exec sleep 60' &
+    output=$("$ktunit" --state "$state" --join -- sh -c 'until [ -e /dev/shm/note ]; do sleep 0.01; done
+        cat /dev/shm/note; hostname; exit 6')
+    expect join '6 shared
+gateway' "$? $output"
+    kill -TERM $!
+    wait $!
+    expect 'end of the joined unit' 143 $?
+    "$ktunit" --state "$state" --join -- true 2>/dev/null
+    expect 'join without a unit' 125 $?
+    echo 'ok: state, changes, join'
+}
+
+test_board
+test_isolation
+test_status_and_streams
+test_journal_and_reboot
+test_endings
+test_state
