@@ -1,0 +1,10 @@
+// The common support library of the gateway's daemons: every module's public header.
+#ifndef KT_KTCOMMON_H
+#define KT_KTCOMMON_H
+
+#include "text/append_buffer.h"
+#include "text/bounded.h"
+#include "text/convert.h"
+#include "text/growable.h"
+
+#endif
