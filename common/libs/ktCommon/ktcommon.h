@@ -2,6 +2,8 @@
 #ifndef KT_KTCOMMON_H
 #define KT_KTCOMMON_H
 
+#include "frame/process.h"
+#include "sys/capture.h"
 #include "text/append_buffer.h"
 #include "text/bounded.h"
 #include "text/convert.h"
