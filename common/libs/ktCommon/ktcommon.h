@@ -2,11 +2,13 @@
 #ifndef KT_KTCOMMON_H
 #define KT_KTCOMMON_H
 
+#include "diag/debug.h"
 #include "frame/process.h"
 #include "sys/capture.h"
 #include "text/append_buffer.h"
 #include "text/bounded.h"
 #include "text/convert.h"
 #include "text/growable.h"
+#include "time/timestamp.h"
 
 #endif

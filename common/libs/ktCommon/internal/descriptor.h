@@ -1,0 +1,60 @@
+// An open file descriptor with one owner, and the write that does not stop half-way.
+#ifndef KT_INTERNAL_DESCRIPTOR_H
+#define KT_INTERNAL_DESCRIPTOR_H
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+
+#include "internal/private.h"
+
+namespace kt {
+
+// close is a cancellation point, and an unwinding that starts in a destructor would end the process.
+inline void closeUncancelled(int fd) {
+    int previous = 0;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &previous);
+    close(fd);
+    pthread_setcancelstate(previous, nullptr);
+}
+
+class Descriptor {
+  public:
+    explicit Descriptor(int fd) : fd_(fd) {}
+    ~Descriptor() {
+        if (fd_ >= 0) {
+            closeUncancelled(fd_);
+        }
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    int get() const { return fd_; }
+    explicit operator bool() const { return fd_ >= 0; }
+
+  private:
+    int fd_;
+};
+
+// One write call for all of `size` bytes; only a signal or a short write makes it more. False when the rest
+// is lost.
+inline bool writeAll(int fd, const char* data, size_t size) {
+    while (size > 0) {
+        const ssize_t written = write(fd, data, size);
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            return false;
+        }
+        data += written;
+        size -= static_cast<size_t>(written);
+    }
+    return true;
+}
+
+}  // namespace kt
+
+#endif
