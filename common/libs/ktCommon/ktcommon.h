@@ -3,6 +3,7 @@
 #define KT_KTCOMMON_H
 
 #include "diag/debug.h"
+#include "diag/debug_server.h"
 #include "frame/process.h"
 #include "sys/capture.h"
 #include "text/append_buffer.h"
