@@ -134,6 +134,9 @@ TEST_F(Debug, EachCategoryFollowsItsOwnBit) {
 }
 
 TEST_F(Debug, TextIsData) {
+    const timeval epoch = {86400, 7};
+    const std::string quoting = printedBy([&] { __debugCoreMsg(8, getLogTimestamp(&epoch)); });
+    EXPECT_EQ(withoutStamp(quoting), lineOfThisThread(8, getLogTimestamp(&epoch)));
     const std::string before = getLogTimestamp(nullptr);
     const std::string line = printedBy([] {
         printf("waiting ");

@@ -41,78 +41,74 @@ void switchOn(unsigned bit) {
     __atomic_or_fetch(&gDebugMode, bit, __ATOMIC_RELAXED);
 }
 
-// One debug line while it is built: on the stack as long as it is short, so that it needs no memory.
+char* putNumber(char* out, int value, int width, char pad) {
+    char digits[12];
+    const auto length = static_cast<int>(std::to_chars(digits, digits + sizeof digits, value).ptr - digits);
+    const auto padding = static_cast<size_t>(std::max(width - length, 0));
+    memset(out, pad, padding);
+    return static_cast<char*>(mempcpy(out + padding, digits, static_cast<size_t>(length)));
+}
+
+// One debug line while it is built: on the stack as long as it is short, so that it needs no memory. The text comes
+// first and the head is put before it, because the text's arguments may stand in the timestamp's buffer.
 class DebugLine {
   public:
-    explicit DebugLine(int line) {
-        const kt::ThreadId id = kt::currentThreadId();
-        add(getLogTimestamp(nullptr));
-        addByte(' ');
-        addNumber(id.process, 5, '0');
-        addByte('\\');
-        addNumber(id.thread, 5, '0');
-        addText(" (", 2);
-        addNumber(line, 4, ' ');
-        addText("): ", 3);
+    void setText(const char* text) {
+        const size_t length = strlen(text);
+        makeRoom(length);
+        textLength_ = std::min(length, room_);
+        memcpy(buffer_ + kHeadRoom, text, textLength_);
     }
 
-    void add(const char* text) { addText(text, strlen(text)); }
-
-    void addFormatted(const char* fmt, va_list ap) {
+    void formatText(const char* fmt, va_list ap) {
         va_list again;
         va_copy(again, ap);
-        int length = vsnprintf(text_ + length_, room() + 1, fmt, ap);
-        if (length > 0 && static_cast<size_t>(length) > room()) {
+        int length = vsnprintf(buffer_ + kHeadRoom, room_ + 1, fmt, ap);
+        if (length > 0 && static_cast<size_t>(length) > room_) {
             makeRoom(static_cast<size_t>(length));
-            length = vsnprintf(text_ + length_, room() + 1, fmt, again);
+            length = vsnprintf(buffer_ + kHeadRoom, room_ + 1, fmt, again);
         }
         va_end(again);
-        length_ += length < 0 ? 0 : std::min(static_cast<size_t>(length), room());
+        textLength_ = length < 0 ? 0 : std::min(static_cast<size_t>(length), room_);
     }
 
-    const char* text() const { return text_; }
-    size_t length() const { return length_; }
+    void putHead(int line) {
+        const kt::ThreadId id = kt::currentThreadId();
+        char head[kHeadRoom];
+        char* end = stpcpy(head, getLogTimestamp(nullptr));
+        *end++ = ' ';
+        end = putNumber(end, id.process, 5, '0');
+        *end++ = '\\';
+        end = putNumber(end, id.thread, 5, '0');
+        end = putNumber(stpcpy(end, " ("), line, 4, ' ');
+        end = stpcpy(end, "): ");
+        headLength_ = static_cast<size_t>(end - head);
+        memcpy(buffer_ + kHeadRoom - headLength_, head, headLength_);
+    }
+
+    const char* begin() const { return buffer_ + kHeadRoom - headLength_; }
+    size_t length() const { return headLength_ + textLength_; }
 
   private:
-    size_t room() const { return size_ - length_ - 1; }
+    static constexpr size_t kHeadRoom =
+        96;  // a timestamp (39 at most), three numbers (11 each) and 7 between them
 
     // Without memory the room stays as it is, and the text is cut.
-    void makeRoom(size_t needed) {
-        char* grown = static_cast<char*>(malloc(length_ + needed + 1));
+    void makeRoom(size_t length) {
+        char* grown = length <= room_ ? nullptr : static_cast<char*>(malloc(kHeadRoom + length + 1));
         if (grown != nullptr) {
-            memcpy(grown, text_, length_);
             heap_.reset(grown);
-            text_ = grown;
-            size_ = length_ + needed + 1;
+            buffer_ = grown;
+            room_ = length;
         }
     }
 
-    void addText(const char* text, size_t length) {
-        if (length > room()) {
-            makeRoom(length);
-        }
-        const size_t fitting = std::min(length, room());
-        memcpy(text_ + length_, text, fitting);
-        length_ += fitting;
-    }
-
-    void addByte(char c) { addText(&c, 1); }
-
-    void addNumber(int value, int width, char pad) {
-        char digits[12];
-        const auto length =
-            static_cast<int>(std::to_chars(digits, digits + sizeof digits, value).ptr - digits);
-        for (int i = length; i < width; ++i) {
-            addByte(pad);
-        }
-        addText(digits, static_cast<size_t>(length));
-    }
-
-    char inline_[512];
+    char inline_[kHeadRoom + 512];
     kt::HeapText heap_;
-    char* text_ = inline_;
-    size_t size_ = sizeof inline_;
-    size_t length_ = 0;
+    char* buffer_ = inline_;
+    size_t room_ = sizeof inline_ - kHeadRoom - 1;  // for the text, without its terminator
+    size_t textLength_ = 0;
+    size_t headLength_ = 0;
 };
 
 // Past stdout's buffer, which would split a text longer than itself; a stream without a descriptor has only
@@ -135,14 +131,15 @@ void appendToDebugFile(const char* text, size_t length) {
     }
 }
 
-void writeLine(const DebugLine& line) {
+void writeLine(DebugLine& debugLine, int line) {
+    debugLine.putHead(line);
     const kt::StdoutLock lock;
-    printAtOnce(line.text(), line.length());
+    printAtOnce(debugLine.begin(), debugLine.length());
     if (!isOn(DEBUG_FILE)) {
         return;
     }
     if (gDebugFileName != nullptr) {
-        appendToDebugFile(line.text(), line.length());
+        appendToDebugFile(debugLine.begin(), debugLine.length());
     } else {
         printAtOnce(kNoFileNotice, sizeof kNoFileNotice - 1);
     }
@@ -289,17 +286,17 @@ int _debugSetFileName(const char* processName) {
 
 int __debugCoreMsg(int line, const char* text) {
     const kt::ErrnoGuard errnoGuard;
-    DebugLine debugLine(line);
-    debugLine.add(text);
-    writeLine(debugLine);
+    DebugLine debugLine;
+    debugLine.setText(text);
+    writeLine(debugLine, line);
     return 0;
 }
 
 int __debugCore(int line, const char* fmt, va_list ap) {
     const kt::ErrnoGuard errnoGuard;
-    DebugLine debugLine(line);
-    debugLine.addFormatted(fmt, ap);
-    writeLine(debugLine);
+    DebugLine debugLine;
+    debugLine.formatText(fmt, ap);
+    writeLine(debugLine, line);
     return 0;
 }
 
