@@ -43,11 +43,17 @@ bool replacedLength(size_t length, size_t count, size_t fromLength, size_t toLen
            !__builtin_add_overflow(length - count * fromLength, added, result) && *result < SIZE_MAX;
 }
 
-// Reallocates *pp to hold `length` + `text` + `spare` bytes and puts the text at `length`.
-char* storeAt(char** pp, size_t length, const char* text, size_t textLength, size_t spare) {
-    char* grown = static_cast<char*>(realloc(*pp, length + textLength + spare));
+// Puts the formatted text behind the first `kept` bytes of *pp and leaves `spare` bytes, the terminator's among them,
+// behind it. The text is formatted apart, since the arguments may point into *pp.
+char* storeFormatted(char** pp, size_t kept, size_t spare, const char* fmt, va_list ap) {
+    const kt::HeapText text(formatVAString(fmt, ap));
+    if (text == nullptr) {
+        return nullptr;
+    }
+    const size_t length = strlen(text.get());
+    char* grown = static_cast<char*>(realloc(*pp, kept + length + spare));
     if (grown != nullptr) {
-        memcpy(grown + length, text, textLength + 1);
+        memcpy(grown + kept, text.get(), length + 1);
         *pp = grown;
     }
     return grown;
@@ -125,9 +131,9 @@ char* strcpy_x(char** pp, const char* fmt, ...) {
     }
     va_list ap;
     va_start(ap, fmt);
-    const kt::HeapText text(formatVAString(fmt, ap));
+    char* stored = storeFormatted(pp, 0, 1, fmt, ap);
     va_end(ap);
-    return text == nullptr ? nullptr : storeAt(pp, 0, text.get(), strlen(text.get()), 1);
+    return stored;
 }
 
 char* strcat_x(char** pp, const char* fmt, ...) {
@@ -136,13 +142,9 @@ char* strcat_x(char** pp, const char* fmt, ...) {
     }
     va_list ap;
     va_start(ap, fmt);
-    const kt::HeapText text(formatVAString(fmt, ap));
+    char* stored = storeFormatted(pp, *pp == nullptr ? 0 : strlen(*pp), kSpareBytes, fmt, ap);
     va_end(ap);
-    if (text == nullptr) {
-        return nullptr;
-    }
-    const size_t length = *pp == nullptr ? 0 : strlen(*pp);
-    return storeAt(pp, length, text.get(), strlen(text.get()), kSpareBytes);
+    return stored;
 }
 
 int sprintf_x(char** pp, const char* fmt, ...) {
