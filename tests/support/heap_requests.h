@@ -1,8 +1,8 @@
 // What a test program asks of the C allocator: exact block sizes, and refusals on demand. heap_requests.cpp
 // defines malloc and realloc. A sanitizer brings its own allocator, which knows the sizes but cannot be told to
 // refuse.
-#ifndef KT_TESTS_HEAP_REQUESTS_H
-#define KT_TESTS_HEAP_REQUESTS_H
+#ifndef KT_TESTS_SUPPORT_HEAP_REQUESTS_H
+#define KT_TESTS_SUPPORT_HEAP_REQUESTS_H
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The same random texts in every run.
-#ifndef KT_TESTS_RANDOM_TEXT_H
-#define KT_TESTS_RANDOM_TEXT_H
+#ifndef KT_TESTS_SUPPORT_RANDOM_TEXT_H
+#define KT_TESTS_SUPPORT_RANDOM_TEXT_H
 
 #include <random>
 #include <string>

@@ -90,8 +90,8 @@ class DebugLine {
     size_t length() const { return headLength_ + textLength_; }
 
   private:
-    static constexpr size_t kHeadRoom =
-        96;  // a timestamp (39 at most), three numbers (11 each) and 7 between them
+    // A timestamp (39 at most), three numbers (11 each) and 7 between them.
+    static constexpr size_t kHeadRoom = 96;
 
     // Without memory the room stays as it is, and the text is cut.
     void makeRoom(size_t length) {
@@ -262,8 +262,8 @@ unsigned _debugSetOptions(const char* options, const char* processName) {
         return 0;
     }
     char ownName[kProcessNameSize] = "";
-    if (processName == nullptr &&
-        strpbrk(options, "f?") != nullptr) {  // only these use it, and asking runs a shell
+    // Only these two letters use the name, and asking for it runs a shell.
+    if (processName == nullptr && strpbrk(options, "f?") != nullptr) {
         getProcessName(getpid(), ownName, sizeof ownName);
     }
     OptionParser parser(processName == nullptr ? ownName : processName);

@@ -23,7 +23,8 @@ constexpr size_t kBlockSize = 16384;  // a quarter of a pipe, and of the smalles
 // thread unwinds, where waiting is no cancellation point any more.
 class CommandOutput {
   public:
-    explicit CommandOutput(const char* line) : stream_(popen(line, "re")) {}
+    // A null line, for want of memory, starts nothing.
+    explicit CommandOutput(const char* line) : stream_(line == nullptr ? nullptr : popen(line, "re")) {}
     ~CommandOutput() { finish(); }
     CommandOutput(const CommandOutput&) = delete;
     CommandOutput& operator=(const CommandOutput&) = delete;
@@ -114,18 +115,9 @@ size_t collect(int pipe, char* output, size_t size) {
     return collector.used();
 }
 
-int capture(const char* line, char* output, size_t size) {
-    CommandOutput command(line);
-    if (command.stream() == nullptr) {
-        return kNotStarted;
-    }
-    const size_t length = collect(fileno(command.stream()), output, size);
-    command.finish();
-    return static_cast<int>(length);
-}
-
-// Checks the arguments in their order and empties the output: 0, or the code to return.
-int prepare(const char* command, char* output, size_t size) {
+// Runs the command with what stands between `opening` and `closing` behind it.
+int capture(const char* command, const char* opening, const char* argument, const char* closing, char* output,
+            size_t size) {
     if (command == nullptr) {
         return kNoCommand;
     }
@@ -135,30 +127,25 @@ int prepare(const char* command, char* output, size_t size) {
     if (size > 0) {
         *output = '\0';
     }
-    return 0;
+    char* line = nullptr;
+    sprintf_x(&line, "%s%s%s%s", command, opening, argument, closing);
+    const kt::HeapText owned(line);
+    CommandOutput running(line);
+    if (running.stream() == nullptr) {
+        return kNotStarted;
+    }
+    const size_t length = collect(fileno(running.stream()), output, size);
+    running.finish();
+    return static_cast<int>(length);
 }
 
 }  // namespace
 
 int systemBufferEcho(const char* command, const char* argument, char* output, size_t outputSize) {
-    if (const int refused = prepare(command, output, outputSize)) {
-        return refused;
-    }
-    if (argument == nullptr) {
-        return capture(command, output, outputSize);
-    }
-    char* line = nullptr;
-    sprintf_x(&line, "%s \"%s\"", command, argument);
-    const kt::HeapText owned(line);
-    return line == nullptr ? kNotStarted : capture(line, output, outputSize);
+    return argument == nullptr ? capture(command, "", "", "", output, outputSize)
+                               : capture(command, " \"", argument, "\"", output, outputSize);
 }
 
 int sysBuffEcho_alt(const char* command, const char* argument, char* output, size_t outputSize) {
-    if (const int refused = prepare(command, output, outputSize)) {
-        return refused;
-    }
-    char* line = nullptr;
-    sprintf_x(&line, "%s %s", command, argument == nullptr ? "" : argument);
-    const kt::HeapText owned(line);
-    return line == nullptr ? kNotStarted : capture(line, output, outputSize);
+    return capture(command, " ", argument == nullptr ? "" : argument, "", output, outputSize);
 }

@@ -189,12 +189,8 @@ int strstrip(char* s, const char* sub) {
     if (s == nullptr) {
         return 0;
     }
-    if (sub == nullptr || *sub == '\0') {
-        return static_cast<int>(strlen(s));
-    }
     // Most texts hold no occurrence at all, and then the C library's search is the fastest way to know it.
-    char* first = strstr(s, sub);
-    if (first == nullptr) {
+    if (sub == nullptr || *sub == '\0' || strstr(s, sub) == nullptr) {
         return static_cast<int>(strlen(s));
     }
     const SubstringStripper stripper(sub, strlen(sub));
