@@ -17,7 +17,9 @@
 #include "frame/process.h"
 #include "internal/descriptor.h"
 #include "internal/heap_text.h"
+#include "internal/signal_stack.h"
 #include "internal/timed_socket.h"
+#include "internal/uncancelled.h"
 #include "logging.h"
 #include "sockets.h"
 #include "sys/capture.h"
@@ -204,10 +206,9 @@ const CmdEntry cmdTableCommon[8] = {
 };
 
 void* debugCommand_t(void* commands) {
-    int previous = 0;
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &previous);
+    const kt::Uncancelled uncancelled;
+    const kt::SignalStack signalStack;
     runServer(static_cast<const CmdEntry*>(commands));
-    pthread_setcancelstate(previous, nullptr);
     return nullptr;
 }
 

@@ -2,22 +2,20 @@
 #ifndef KT_INTERNAL_DESCRIPTOR_H
 #define KT_INTERNAL_DESCRIPTOR_H
 
-#include <pthread.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstddef>
 
 #include "internal/private.h"
+#include "internal/uncancelled.h"
 
 namespace kt {
 
 // close is a cancellation point, and an unwinding that starts in a destructor would end the process.
 inline void closeUncancelled(int fd) {
-    int previous = 0;
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &previous);
+    const Uncancelled uncancelled;
     close(fd);
-    pthread_setcancelstate(previous, nullptr);
 }
 
 class Descriptor {
