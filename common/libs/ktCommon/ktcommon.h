@@ -2,6 +2,7 @@
 #ifndef KT_KTCOMMON_H
 #define KT_KTCOMMON_H
 
+#include "diag/BackTrace.h"
 #include "diag/debug.h"
 #include "diag/debug_server.h"
 #include "frame/process.h"

@@ -10,8 +10,8 @@ namespace kt {
 namespace {
 
 // What the fatal signal handler needs besides the kernel's frame, whose size depends on the processor.
-constexpr size_t kHandlerNeeds = 9 * 1024;
-constexpr size_t kSmallestFrame = 3 * 1024;
+constexpr size_t kHandlerNeeds = 9216;
+constexpr size_t kSmallestFrame = 3072;
 
 size_t pageSize() {
     return static_cast<size_t>(sysconf(_SC_PAGESIZE));

@@ -1,0 +1,527 @@
+#include "diag/BackTrace.h"
+
+#include <cxxabi.h>
+#include <dlfcn.h>
+#include <execinfo.h>
+#include <pthread.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+#include "diag/debug.h"
+#include "frame/process.h"
+#include "internal/debug_assertion.h"
+#include "internal/fatal_report.h"
+#include "internal/fault_registers.h"
+#include "internal/fault_texts.h"
+#include "internal/report_writer.h"
+#include "internal/stack_word.h"
+#include "internal/thread_id.h"
+#include "internal/uncancelled.h"
+#include "logging.h"
+#include "time/timestamp.h"
+
+char cacheBuffer[0x20000];
+int cacheOffset;
+char g_signalStack[12292];
+
+namespace {
+
+using std::chrono::milliseconds;
+
+using Word = unsigned long;
+
+Word addressOf(const void* place) {
+    return reinterpret_cast<Word>(place);
+}
+
+// Addresses come out of registers and stack words.
+Word* placeAt(Word address) {
+    return reinterpret_cast<Word*>(address);  // NOLINT(performance-no-int-to-ptr)
+}
+
+constexpr size_t kSignalStackSize = 12288;
+constexpr int kMaxFrames = 64;
+constexpr int kFatalSignals[] = {SIGABRT, SIGSEGV, SIGBUS, SIGILL, SIGFPE};
+
+// The limits of the steps of a fault report, 2.4 s in all: names and symbols are given up after the first that takes too
+// long, the cache may have to be flushed twice.
+constexpr milliseconds kWriteLimit{300};
+constexpr milliseconds kLogLimit{250};
+constexpr milliseconds kTimeLimit{150};
+constexpr milliseconds kUnwindLimit{250};
+constexpr milliseconds kLookUpLimit{250};
+constexpr milliseconds kDemangleLimit{250};
+constexpr milliseconds kWholeReportLimit{1800};
+constexpr milliseconds kLockLimit{100};
+
+// A name that needs more of the large stack than there is stays as it is.
+constexpr size_t kLongestDemangled = 4096;
+
+// Keeps the reports of several threads apart. A fatal report takes it over, from its own thread or from one that
+// does not get on.
+class ReportLock {
+  public:
+    ReportLock() : owned_(owner_ != self() && lock()) {
+        if (owned_) {
+            owner_ = self();
+        }
+    }
+    ~ReportLock() {
+        if (owned_) {
+            owner_ = 0;
+            pthread_mutex_unlock(&mutex_);
+        }
+    }
+    ReportLock(const ReportLock&) = delete;
+    ReportLock& operator=(const ReportLock&) = delete;
+
+    // For the child of a fork: another thread's report does not go on there.
+    static void reset() {
+        if (owner_ != 0 && owner_ != self()) {
+            pthread_mutex_init(&mutex_, nullptr);
+            owner_ = 0;
+            memset(cacheBuffer, 0, sizeof cacheBuffer);
+            cacheOffset = 0;
+        }
+    }
+
+  private:
+    static pid_t self() { return kt::currentThreadId().thread; }
+
+    static bool lock() {
+        if (!kt::fatal::isReporter()) {
+            return pthread_mutex_lock(&mutex_) == 0;
+        }
+        const timespec nap = {0, 1'000'000};
+        for (milliseconds waited{0}; waited < kLockLimit; ++waited) {
+            if (pthread_mutex_trylock(&mutex_) == 0) {
+                return true;
+            }
+            nanosleep(&nap, nullptr);
+        }
+        return false;
+    }
+
+    static inline pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
+    static inline std::atomic<pid_t> owner_{0};
+
+    bool owned_;
+};
+
+// The log timestamp; the seconds of the epoch when the C library's time zone lock is not to be had.
+const char* reportTime() {
+    const char* stamp = nullptr;
+    if (!kt::fatal::attempt(kTimeLimit, [&stamp] { stamp = getLogTimestamp(nullptr); })) {
+        static char seconds[24];
+        snprintf(seconds, sizeof seconds, "%lld", static_cast<long long>(time(nullptr)));
+        stamp = seconds;
+    }
+    return stamp;
+}
+
+// A static function is found, but without its name.
+bool hasSymbol(Word address, Dl_info& info) {
+    return dladdr(placeAt(address), &info) != 0 && info.dli_sname != nullptr;
+}
+
+bool lookUp(Word address, Dl_info& info) {
+    static bool givenUp;
+    bool found = false;
+    const auto ask = [&] {
+        const Word searchable = kt::searchableAddress(address);
+        found = hasSymbol(searchable, info) || (searchable != address && hasSymbol(address, info));
+    };
+    givenUp = givenUp || !kt::fatal::attempt(kLookUpLimit, ask);
+    return found && !givenUp;
+}
+
+// A symbol's name as it is shown: demangled if it is one of C++. The demangler would take other names, such as "f", for
+// types.
+class ShownName {
+  public:
+    explicit ShownName(const char* symbol) : symbol_(symbol) {
+        static bool givenUp;
+        if (!givenUp && strncmp(symbol, "_Z", 2) == 0 && strlen(symbol) <= kLongestDemangled) {
+            givenUp = !kt::fatal::attempt(kDemangleLimit, [this] {
+                int status = -1;
+                demangled_ = abi::__cxa_demangle(symbol_, nullptr, nullptr, &status);
+            });
+        }
+    }
+    ~ShownName() {
+        if (!kt::fatal::
+                isReporter()) {  // it might wait for the allocator's lock, and the process ends anyway
+            free(demangled_);
+        }
+    }
+    ShownName(const ShownName&) = delete;
+    ShownName& operator=(const ShownName&) = delete;
+
+    const char* get() const { return demangled_ == nullptr ? symbol_ : demangled_; }
+
+  private:
+    const char* symbol_;
+    char* demangled_ = nullptr;
+};
+
+// Lists the stack words from index `first` down to `last`, counted from fp.
+void listStackWords(Word** fp, Word** sp, int first, int last) {
+    Word address = addressOf(fp) + static_cast<Word>(first) * sizeof(Word);
+    for (int index = first; index >= last; --index, address -= sizeof(Word)) {
+        Word word = 0;
+        if (!kt::readStackWord(address, word)) {
+            return;
+        }
+        const char* const suffix = address == addressOf(fp)   ? " <----- Frame start"
+                                   : address == addressOf(sp) ? " <----- Current stack pointer"
+                                                              : "";
+        LogCache("0x%lx ", address);
+        capture_symbol(placeAt(word), "deref: ", index, suffix);
+    }
+}
+
+// The first frames, `skipped` of them, are the report's own.
+void listFrames(unsigned long** frames, int count, int skipped) {
+    for (int i = skipped; i < count; ++i) {
+        capture_symbol(frames[i], "Frame: ", count - i, "");
+    }
+}
+
+struct Fault {
+    int sig;
+    siginfo_t info;
+    sigcontext* registers;
+    char* errorText;
+    size_t errorTextSize;
+    unsigned long** workingFp;
+};
+
+void logFault(const Fault& fault) {
+    const kt::SignalText text = kt::signalText(fault.sig);
+    kt::putErrorText(fault.info.si_errno, fault.errorText, fault.errorTextSize);
+    LogCache("\n===== Signal FAULT ===== %s ===== Signal FAULT =====\n\n", reportTime());
+    LogCache(
+        "Caught signal %d (%s) %s\n"
+        "Error: (%d) \"%s\"\n"
+        "Reason: (%d) \"%s\"\n"
+        "Process: (%d) \"%s\"\n",
+        fault.sig, text.name, text.description, fault.info.si_errno, fault.errorText, fault.info.si_code,
+        kt::signalReason(fault.sig, fault.info.si_code), g_proccessId, g_processName);
+
+    const kt::FaultRegisters registers = kt::faultRegisters(*fault.registers);
+    DumpArmFaultContext(fault.registers, fault.workingFp);
+    DumpFaultFrame(reinterpret_cast<Word**>(placeAt(registers.fp)),
+                   reinterpret_cast<Word**>(placeAt(registers.sp)));
+}
+
+void logFaultFrames(unsigned long** frames, int count) {
+    constexpr int kReportAndHandler = 2;
+    if (count > 0) {
+        LogCache("\nStack backtrace:\n");
+    }
+    listFrames(frames, count, kReportAndHandler);
+}
+
+// A signal that was sent, and not by this process, interrupts nothing that has gone wrong.
+bool wasSentFromOutside(const siginfo_t* info) {
+    return info != nullptr && info->si_code <= 0 && info->si_pid != getpid();
+}
+
+// The first use of a service may load a library, allocate, or wait for a lock.
+void useWhatReportsNeed() {
+    void* frame = nullptr;
+    backtrace(&frame, 1);
+    getLogTimestamp(nullptr);
+    Dl_info info;
+    dladdr(reinterpret_cast<void*>(&InitSigHandlers), &info);
+    kt::fatal::prepare();
+}
+
+void installSignalStack() {
+    constexpr Word kAlignment = 4;
+    stack_t stack = {};
+    stack.ss_sp = g_signalStack + (kAlignment - addressOf(g_signalStack) % kAlignment) % kAlignment;
+    stack.ss_size = kSignalStackSize;
+    sigaltstack(&stack, nullptr);
+}
+
+}  // namespace
+
+int InitSigHandlers(void) {
+    g_proccessId = getpid();
+    getProcessName(g_proccessId, g_processName, sizeof g_processName);
+    useWhatReportsNeed();
+    installSignalStack();
+
+    struct sigaction action = {};
+    action.sa_sigaction = sigFatalHandler;
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    int result = 0;
+    for (const int sig : {SIGABRT, SIGSEGV, SIGBUS, SIGILL, SIGFPE}) {
+        result = sigaction(sig, &action, nullptr);
+    }
+    return result;
+}
+
+void sigFatalHandler(int sig, siginfo_t* info, void* context) {
+    if (kt::fatal::isReporter() && wasSentFromOutside(info)) {
+        return;
+    }
+    kt::fatal::begin(sig);
+    SignalBackTrace(sig, info, static_cast<ucontext_t*>(context));
+    kt::fatal::end(sig);
+}
+
+__attribute__((noinline)) void SignalBackTrace(int sig, siginfo_t* info, ucontext_t* context) {
+    unsigned long* frames[kMaxFrames] = {};
+    char errorText[128] = {};
+    const kt::Uncancelled uncancelled;
+    const ReportLock lock;
+    kt::fatal::onLargeStack([] { FlushCache(); });
+    if (context == nullptr) {
+        return;
+    }
+
+    auto* const registers = reinterpret_cast<sigcontext*>(&context->uc_mcontext);
+    const sigcontext interrupted = *registers;
+    const Word unwoundPc = kt::makeUnwindable(*registers);
+    // Called from here and not within an attempt, because the frames to leave out are counted.
+    volatile int count = 0;
+    kt::fatal::Step unwinding;
+    if (sigsetjmp(unwinding.wayOut, 0) == 0) {
+        unwinding.begin(kUnwindLimit);
+        count = backtrace(reinterpret_cast<void**>(frames), kMaxFrames);
+    }
+    unwinding.end();
+    *registers = interrupted;
+    std::replace(frames, frames + count, placeAt(unwoundPc), placeAt(kt::faultRegisters(interrupted).pc));
+
+    Fault fault = {sig, {}, registers, errorText, sizeof errorText, nullptr};
+    fault.workingFp = static_cast<unsigned long**>(__builtin_frame_address(0));
+    if (info != nullptr) {
+        fault.info = *info;
+    }
+    kt::fatal::onLargeStack([&fault, &frames, captured = int{count}] {
+        kt::fatal::attempt(kWholeReportLimit, [&] {
+            logFault(fault);
+            logFaultFrames(frames, captured);
+            LogCache("=========================================================================\n\n");
+        });
+        FlushCache();
+    });
+}
+
+__attribute__((noinline)) int AssertBackTrace(const char* expression, const char* file, int line,
+                                              const char* comment) {
+    const kt::Uncancelled uncancelled;
+    const ReportLock lock;
+    LogCache("\n~~~~~~~ BackTrace ASSERT ~~~~ %s ~~~~\n\n", reportTime());
+    LogCache("  Failed expression: (%s) @ %s (line: %d)\n  Comment: \"%s\"\n", expression,
+             file == nullptr ? "unknown" : file, line, comment == nullptr ? "" : comment);
+    unsigned long* frames[kMaxFrames] = {};
+    const int count = backtrace(reinterpret_cast<void**>(frames), kMaxFrames);
+    if (count > 0) {
+        LogCache("Stack backtrace:\n");
+    }
+    listFrames(frames, count, 1);
+    LogCache("~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~\n\n");
+    FlushCache();
+    return count;
+}
+
+void kt::reportFailedAssertion(const char* expression, int line, const char* comment) {
+    AssertBackTrace(expression, "ktcommon.cpp", line, comment);
+}
+
+int LogCache(const char* format, ...) {
+    kt::fatal::giveWay();
+    const size_t room = sizeof cacheBuffer - static_cast<size_t>(cacheOffset);
+    char* const end = cacheBuffer + cacheOffset;
+    va_list ap;
+    va_start(ap, format);
+    const int length = vsnprintf(end, room, format, ap);
+    va_end(ap);
+    if (length < 0) {
+        memset(end, 0, room);
+        return 0;
+    }
+    cacheOffset += static_cast<int>(std::min(static_cast<size_t>(length), room - 1));
+    return 1;
+}
+
+void FlushCache() {
+    if (cacheOffset == 0) {
+        return;
+    }
+    const kt::Uncancelled uncancelled;
+    const kt::BrokenPipeIgnored brokenPipeIgnored;
+    kt::fatal::attempt(kWriteLimit, [] {
+        kt::writeReport(STDERR_FILENO, cacheBuffer, static_cast<size_t>(cacheOffset), kWriteLimit);
+    });
+    kt::fatal::attempt(kLogLimit, [] { logStackTrace(cacheBuffer); });
+    kt::fatal::giveWay();
+    memset(cacheBuffer, 0, sizeof cacheBuffer);
+    cacheOffset = 0;
+}
+
+void capture_symbol(unsigned long* address, const char* prefix, int index, const char* suffix) {
+    const Word value = addressOf(address);
+    Dl_info info = {};
+    if (!lookUp(value, info)) {
+        LogCache("%s%3d: [0x%08lx] %s\n", prefix, index, value, suffix);
+        return;
+    }
+    const ShownName name(info.dli_sname);
+    const Word start = std::min(addressOf(info.dli_saddr), value);
+    LogCache("%s%3d: [0x%08lx] ( %s + 0x%lx ) @ %s %s\n", prefix, index, value, name.get(), value - start,
+             info.dli_fname, suffix);
+}
+
+int DumpArmFaultContext(sigcontext* context, unsigned long** workingFp) {
+    if (context == nullptr) {
+        return 0;
+    }
+    const kt::FaultRegisters x = kt::faultRegisters(*context);
+    return LogCache(
+        "\n"
+        "SIGNAL CONTEXT:\n"
+        "    trap : 0x%08lx, error: 0x%08lx, oldmsk: 0x%08lx\n"
+        "       r0: 0x%08lx,    r1: 0x%08lx,     r2: 0x%08lx\n"
+        "       r3: 0x%08lx,    r4: 0x%08lx,     r5: 0x%08lx\n"
+        "       r6: 0x%08lx,    r7: 0x%08lx,     r8: 0x%08lx\n"
+        "       r9: 0x%08lx,   r10: 0x%08lx\n"
+        "       fp: 0x%08lx,    ip: 0x%08lx,     sp: 0x%08lx\n"
+        "       lr: 0x%08lx,    pc: 0x%08lx,   cpsr: 0x%08lx\n"
+        "    fault: 0x%08lx\n"
+        "    Working fp: 0x%08lx\n",
+        x.trapNumber, x.errorCode, x.oldMask, x.r[0], x.r[1], x.r[2], x.r[3], x.r[4], x.r[5], x.r[6], x.r[7],
+        x.r[8], x.r[9], x.r[10], x.fp, x.ip, x.sp, x.lr, x.pc, x.cpsr, x.faultAddress, addressOf(workingFp));
+}
+
+int DumpFaultFrame(unsigned long** fp, unsigned long** sp) {
+    constexpr long kWord = sizeof(unsigned long);
+    constexpr int kWordShift = kWord == 4 ? 2 : 3;
+    constexpr long kMostWords = 100;
+    const auto distance = static_cast<long>(addressOf(fp) - addressOf(sp));
+    const bool meetsSp = distance >= 0 && distance % kWord == 0;
+    const long words = distance >> kWordShift;  // rounds toward minus infinity
+    const long limit = distance > (kMostWords - 1) * kWord ? -kMostWords : -words - 1;
+    LogCache("\nFault frame:\n");
+    if (limit <= 0) {
+        listStackWords(fp, sp, 0, static_cast<int>(meetsSp ? std::max(limit, -words) : limit));
+    }
+    return LogCache("\n");
+}
+
+void dump_frame_in_vicinity_of(unsigned long** fp, unsigned long** sp, int range) {
+    const kt::Uncancelled uncancelled;
+    const ReportLock lock;
+    LogCache("\n *** dump_frame_in_vicinity_of( fp: 0x%lx, sp: 0x%lx, range: %d ) ***\n", addressOf(fp),
+             addressOf(sp), range);
+    if (range >= 0) {
+        listStackWords(fp, sp, range, -range);
+    }
+    LogCache(" *** End dump_frame_in_vicinity_of() ***\n\n");
+    FlushCache();
+}
+
+int CaptureBacktrace(unsigned long** frames, int max) {
+    return backtrace(reinterpret_cast<void**>(frames), max);
+}
+
+int CaptureBacktraceInternal(unsigned long** fp, unsigned long** sp, unsigned long skip, unsigned long** out,
+                             int max) {
+    if (fp == nullptr) {
+        return 0;
+    }
+    LogCache("  fp: 0x%lx  sp: 0x%lx\n\n", addressOf(fp), addressOf(sp));
+    constexpr Word kReturnAddress = 1 * sizeof(Word);  // before the record's address
+    constexpr Word kCallersRecord = 3 * sizeof(Word);
+    const Word first = addressOf(fp) - skip * sizeof(Word);
+    Word record = 0;
+    Word returnAddress = 0;
+    if (first == 0 || !kt::readStackWord(first, record)) {
+        return 0;
+    }
+    if (record == 0) {  // the outermost function has made none
+        if (!kt::readStackWord(first + 2 * sizeof(Word), returnAddress)) {
+            return 0;
+        }
+        out[0] = placeAt(returnAddress);
+        return 1;
+    }
+    int count = 0;
+    // A record that would begin at address 0 ends the chain as well.
+    while (record != kCallersRecord && kt::readStackWord(record - kReturnAddress, returnAddress)) {
+        out[count++] = placeAt(returnAddress);
+        if (count >= max || !kt::readStackWord(record - kCallersRecord, record) || record == 0) {
+            break;
+        }
+    }
+    return count;
+}
+
+unsigned long ConfirmFaultInFrame(unsigned long** fp, unsigned long** sp, unsigned long* faultAddress) {
+    constexpr Word kInstruction = 4;
+    Word start = 0;
+    Dl_info function = {};
+    if (fp == nullptr || !kt::readStackWord(addressOf(fp), start) || dladdr(placeAt(start), &function) == 0 ||
+        function.dli_saddr == nullptr) {
+        return 0;
+    }
+    Word end = start;
+    for (Dl_info here = function; here.dli_saddr == function.dli_saddr;) {
+        end += kInstruction;
+        here = {};
+        dladdr(placeAt(end), &here);
+    }
+    const Word fault = addressOf(faultAddress);
+    if (start <= fault && fault <= end) {
+        return fault;
+    }
+    Word word = 0;
+    for (Word place = addressOf(sp); place <= addressOf(fp) && kt::readStackWord(place, word);
+         place += sizeof word) {
+        if (start <= word && word <= end) {
+            return word;
+        }
+    }
+    return 0;
+}
+
+void print_trace() {
+    constexpr int kMost = 10;
+    void* frames[kMost];
+    const int count = backtrace(frames, kMost);
+    char** const texts = backtrace_symbols(frames, count);
+    printf("Obtained %zd stack frames.\n", static_cast<ssize_t>(count));
+    for (int i = 0; texts != nullptr && i < count; ++i) {
+        puts(texts[i]);
+    }
+    free(texts);
+}
+
+void testSigFault(void) {
+    constexpr char kComment[] = "TEST ONLY, dumping stack frames at this location";
+    if ((_debugGetMode() & DEBUG_GENERAL) != 0) {
+        AssertBackTrace("false", "BackTrace.cpp", __LINE__, kComment);
+    }
+    if ((_debugGetMode() & DEBUG_GENERAL) != 0) {
+        AssertBackTrace("false", "BackTrace.cpp", __LINE__, kComment);
+    }
+    // Otherwise the compiler could see that there is nothing to read.
+    const volatile int* volatile nowhere = nullptr;
+    for (;;) {
+        static_cast<void>(*nowhere);  // NOLINT(clang-analyzer-core.NullDereference)
+    }
+}

@@ -1,0 +1,38 @@
+#include <cstddef>
+#include <cstring>
+
+#include "internal/fault_registers.h"
+#include "internal/stack_word.h"
+
+namespace kt {
+
+static_assert(sizeof(sigcontext) == sizeof(FaultRegisters));
+static_assert(offsetof(sigcontext, arm_r0) == offsetof(FaultRegisters, r));
+static_assert(offsetof(sigcontext, arm_fp) == offsetof(FaultRegisters, fp));
+static_assert(offsetof(sigcontext, fault_address) == offsetof(FaultRegisters, faultAddress));
+
+FaultRegisters faultRegisters(const sigcontext& context) {
+    FaultRegisters registers;
+    memcpy(&registers, &context, sizeof registers);
+    return registers;
+}
+
+unsigned long makeUnwindable(sigcontext& context) {
+    const unsigned long pc = context.arm_pc;
+    unsigned long word;
+    if (!readStackWord(pc, word)) {
+        context.arm_pc = context.arm_lr;
+        return pc;
+    }
+    // It goes back by two bytes to be within the call. A fault in a function's first instruction, such as the load of a small
+    // accessor that was called on null, would be taken for one of the function before, and the descent end there.
+    context.arm_pc += 2;
+    return context.arm_pc;
+}
+
+// The symbol of a Thumb function is its address plus one.
+unsigned long searchableAddress(unsigned long code) {
+    return code | 1;
+}
+
+}  // namespace kt

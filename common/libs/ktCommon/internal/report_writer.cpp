@@ -1,0 +1,95 @@
+#include "internal/report_writer.h"
+
+#include <fcntl.h>
+#include <limits.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <ctime>
+
+#include "internal/descriptor.h"
+
+namespace kt {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+bool isBrokenPipePending() {
+    sigset_t pending;
+    return sigpending(&pending) == 0 && sigismember(&pending, SIGPIPE) == 1;
+}
+
+sigset_t brokenPipeOnly() {
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGPIPE);
+    return set;
+}
+
+// The mode of a descriptor is shared with whoever else holds it and must stay as it is. But a pipe or terminal can be
+// opened once more, with a mode of our own.
+int openWithoutBlocking(int fd) {
+    char path[32];
+    snprintf(path, sizeof path, "/proc/self/fd/%d", fd);
+    return open(path, O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+}
+
+bool waitUntilWritable(int fd, steady_clock::time_point deadline) {
+    const auto left = std::chrono::ceil<milliseconds>(deadline - steady_clock::now()).count();
+    pollfd entry = {fd, POLLOUT, 0};
+    return left > 0 && (poll(&entry, 1, static_cast<int>(left)) > 0 || errno == EINTR);
+}
+
+}  // namespace
+
+BrokenPipeIgnored::BrokenPipeIgnored() : wasPending_(isBrokenPipePending()) {
+    const sigset_t brokenPipe = brokenPipeOnly();
+    pthread_sigmask(SIG_BLOCK, &brokenPipe, &previous_);
+}
+
+BrokenPipeIgnored::~BrokenPipeIgnored() {
+    const sigset_t brokenPipe = brokenPipeOnly();
+    const timespec noWait = {};
+    if (!wasPending_ && isBrokenPipePending()) {
+        sigtimedwait(&brokenPipe, nullptr, &noWait);
+    }
+    pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
+}
+
+void writeReport(int fd, const char* data, size_t size, milliseconds limit) {
+    const steady_clock::time_point deadline = steady_clock::now() + limit;
+    struct stat status = {};
+    fstat(fd, &status);
+    const bool isSocket = S_ISSOCK(status.st_mode);
+    const bool mayBlock = S_ISFIFO(status.st_mode) || isatty(fd) != 0;
+    const Descriptor own(mayBlock ? openWithoutBlocking(fd) : -1);
+    const int target = own ? own.get() : fd;
+    // A pipe that is writable takes this much at once.
+    const size_t piece = mayBlock && !own ? PIPE_BUF : size;
+    bool mustWait = mayBlock && !own;
+
+    while (size > 0) {
+        if (mustWait && !waitUntilWritable(target, deadline)) {
+            return;
+        }
+        const size_t next = std::min(size, piece);
+        const ssize_t written =
+            isSocket ? send(target, data, next, MSG_DONTWAIT | MSG_NOSIGNAL) : write(target, data, next);
+        if (written > 0) {
+            data += written;
+            size -= static_cast<size_t>(written);
+        } else if (written < 0 && errno == EAGAIN) {
+            mustWait = true;
+        } else if (written == 0 || errno != EINTR) {
+            return;
+        }
+    }
+}
+
+}  // namespace kt
