@@ -9,6 +9,7 @@ static int greet(char* args, char** reply) {
 static CmdEntry commands[] = {{"greet", greet}, {NULL, NULL}};
 
 int main(int argc, char** argv) {
+    InitSigHandlers();
     _debugSetOptions(argc > 1 ? argv[1] : "", NULL);
     pthread_create(&g_threadIdDebugListener, NULL, debugCommand_t, commands);
     for (int round = 1;; ++round) {

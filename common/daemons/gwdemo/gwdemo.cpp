@@ -1,11 +1,16 @@
-// A sample daemon: debug options from the command line, a debug command port with two commands of its own, and one
-// debug line a second until it is asked to end.
+// A sample daemon: debug options from the command line, a debug command port with three commands of its own, fault
+// reports, and one debug line a second until it is asked to end.
 #include <ktcommon.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <csignal>
+
+// Shows what a daemon leaves behind when it dies. Only functions of external linkage have names in its report.
+int dieOfFault(char* /*args*/, char** /*reply*/) {
+    testSigFault();
+}
 
 namespace {
 
@@ -24,11 +29,13 @@ int resetTicks(char* /*args*/, char** /*reply*/) {
 }
 
 int listCommands(char* /*args*/, char** reply) {
-    sprintf_x(reply, "gwdemo commands\n  ticks\n  reset\n");
+    sprintf_x(reply, "gwdemo commands\n  ticks\n  reset\n  fault\n");
     return 0;
 }
 
-CmdEntry commands[] = {{"ticks", showTicks}, {"reset", resetTicks}, {"?", listCommands}, {nullptr, nullptr}};
+CmdEntry commands[] = {
+    {"ticks", showTicks}, {"reset", resetTicks}, {"fault", dieOfFault}, {"?", listCommands}, {nullptr, nullptr},
+};
 
 void stopDebugPort() {
     __atomic_store_n(&g_cleanExitRequest, 1, __ATOMIC_SEQ_CST);
@@ -44,6 +51,7 @@ void stopDebugPort() {
 int main(int argc, char** argv) {
     signal(SIGTERM, [](int) { ending = true; });
     signal(SIGINT, [](int) { ending = true; });
+    InitSigHandlers();
     if (argc > 1) {
         _debugSetOptions(argv[1], nullptr);
     }

@@ -189,10 +189,25 @@ void listStackWords(Word** fp, Word** sp, int first, int last) {
     }
 }
 
-// The first frames, `skipped` of them, are the report's own.
-void listFrames(unsigned long** frames, int count, int skipped) {
-    for (int i = skipped; i < count; ++i) {
-        capture_symbol(frames[i], "Frame: ", count - i, "");
+// `searched` is where the symbol is looked for, at or before the address.
+void logSymbol(Word address, Word searched, const char* prefix, int index, const char* suffix) {
+    Dl_info info = {};
+    if (!lookUp(searched, info)) {
+        LogCache("%s%3d: [0x%08lx] %s\n", prefix, index, address, suffix);
+        return;
+    }
+    const ShownName name(info.dli_sname);
+    const Word start = std::min(addressOf(info.dli_saddr), address);
+    LogCache("%s%3d: [0x%08lx] ( %s + 0x%lx ) @ %s %s\n", prefix, index, address, name.get(), address - start,
+             info.dli_fname, suffix);
+}
+
+// Lists the frames from `first` on. Those from `firstReturn` on are return addresses: behind the call of a function that does
+// not return, such as abort, another function begins.
+void listFrames(Word** frames, int count, int first, int firstReturn) {
+    for (int i = first; i < count; ++i) {
+        const Word address = addressOf(frames[i]);
+        logSymbol(address, i < firstReturn ? address : address - 1, "Frame: ", count - i, "");
     }
 }
 
@@ -225,10 +240,11 @@ void logFault(const Fault& fault) {
 
 void logFaultFrames(unsigned long** frames, int count) {
     constexpr int kReportAndHandler = 2;
+    constexpr int kWithTrampolineAndInterrupted = 4;
     if (count > 0) {
         LogCache("\nStack backtrace:\n");
     }
-    listFrames(frames, count, kReportAndHandler);
+    listFrames(frames, count, kReportAndHandler, kWithTrampolineAndInterrupted);
 }
 
 // A signal that was sent, and not by this process, interrupts nothing that has gone wrong.
@@ -333,7 +349,7 @@ __attribute__((noinline)) int AssertBackTrace(const char* expression, const char
     if (count > 0) {
         LogCache("Stack backtrace:\n");
     }
-    listFrames(frames, count, 1);
+    listFrames(frames, count, 1, 1);
     LogCache("~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~~\n\n");
     FlushCache();
     return count;
@@ -375,16 +391,7 @@ void FlushCache() {
 }
 
 void capture_symbol(unsigned long* address, const char* prefix, int index, const char* suffix) {
-    const Word value = addressOf(address);
-    Dl_info info = {};
-    if (!lookUp(value, info)) {
-        LogCache("%s%3d: [0x%08lx] %s\n", prefix, index, value, suffix);
-        return;
-    }
-    const ShownName name(info.dli_sname);
-    const Word start = std::min(addressOf(info.dli_saddr), value);
-    LogCache("%s%3d: [0x%08lx] ( %s + 0x%lx ) @ %s %s\n", prefix, index, value, name.get(), value - start,
-             info.dli_fname, suffix);
+    logSymbol(addressOf(address), addressOf(address), prefix, index, suffix);
 }
 
 int DumpArmFaultContext(sigcontext* context, unsigned long** workingFp) {
