@@ -34,7 +34,8 @@ int listCommands(char* /*args*/, char** reply) {
 }
 
 CmdEntry commands[] = {
-    {"ticks", showTicks}, {"reset", resetTicks}, {"fault", dieOfFault}, {"?", listCommands}, {nullptr, nullptr},
+    {"ticks", showTicks}, {"reset", resetTicks}, {"fault", dieOfFault},
+    {"?", listCommands},  {nullptr, nullptr},
 };
 
 void stopDebugPort() {

@@ -384,6 +384,7 @@ void FlushCache() {
     kt::fatal::attempt(kWriteLimit, [] {
         kt::writeReport(STDERR_FILENO, cacheBuffer, static_cast<size_t>(cacheOffset), kWriteLimit);
     });
+    kt::fatal::giveWay();
     kt::fatal::attempt(kLogLimit, [] { logStackTrace(cacheBuffer); });
     kt::fatal::giveWay();
     memset(cacheBuffer, 0, sizeof cacheBuffer);

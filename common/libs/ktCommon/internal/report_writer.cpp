@@ -13,6 +13,7 @@
 #include <ctime>
 
 #include "internal/descriptor.h"
+#include "internal/fatal_report.h"
 
 namespace kt {
 namespace {
@@ -78,6 +79,7 @@ void writeReport(int fd, const char* data, size_t size, milliseconds limit) {
         if (mustWait && !waitUntilWritable(target, deadline)) {
             return;
         }
+        fatal::giveWay();  // the text may no longer be the caller's
         const size_t next = std::min(size, piece);
         const ssize_t written =
             isSocket ? send(target, data, next, MSG_DONTWAIT | MSG_NOSIGNAL) : write(target, data, next);
