@@ -19,6 +19,7 @@
 #include "diag/debug.h"
 #include "frame/process.h"
 #include "internal/debug_assertion.h"
+#include "internal/errno_guard.h"
 #include "internal/fatal_report.h"
 #include "internal/fault_registers.h"
 #include "internal/fault_texts.h"
@@ -52,8 +53,8 @@ constexpr size_t kSignalStackSize = 12288;
 constexpr int kMaxFrames = 64;
 constexpr int kFatalSignals[] = {SIGABRT, SIGSEGV, SIGBUS, SIGILL, SIGFPE};
 
-// The limits of the steps of a fault report, 2.4 s in all: names and symbols are given up after the first that takes too
-// long, the cache may have to be flushed twice.
+// The limits of the steps of a fault report, 2.4 s in all: names and symbols are given up after the first
+// that takes too long, the cache may have to be flushed twice.
 constexpr milliseconds kWriteLimit{300};
 constexpr milliseconds kLogLimit{250};
 constexpr milliseconds kTimeLimit{150};
@@ -66,8 +67,8 @@ constexpr milliseconds kLockLimit{100};
 // A name that needs more of the large stack than there is stays as it is.
 constexpr size_t kLongestDemangled = 4096;
 
-// Keeps the reports of several threads apart. A fatal report takes it over, from its own thread or from one that
-// does not get on.
+// Keeps the reports of several threads apart. A fatal report takes it over, from its own thread or from one
+// that does not get on.
 class ReportLock {
   public:
     ReportLock() : owned_(owner_ != self() && lock()) {
@@ -144,8 +145,8 @@ bool lookUp(Word address, Dl_info& info) {
     return found && !givenUp;
 }
 
-// A symbol's name as it is shown: demangled if it is one of C++. The demangler would take other names, such as "f", for
-// types.
+// A symbol's name as it is shown: demangled if it is one of C++. The demangler would take other names, such
+// as "f", for types.
 class ShownName {
   public:
     explicit ShownName(const char* symbol) : symbol_(symbol) {
@@ -158,8 +159,8 @@ class ShownName {
         }
     }
     ~ShownName() {
-        if (!kt::fatal::
-                isReporter()) {  // it might wait for the allocator's lock, and the process ends anyway
+        // It might wait for the allocator's lock, and a dying process needs no memory back.
+        if (!kt::fatal::isReporter()) {
             free(demangled_);
         }
     }
@@ -202,8 +203,8 @@ void logSymbol(Word address, Word searched, const char* prefix, int index, const
              info.dli_fname, suffix);
 }
 
-// Lists the frames from `first` on. Those from `firstReturn` on are return addresses: behind the call of a function that does
-// not return, such as abort, another function begins.
+// Lists the frames from `first` on. Those from `firstReturn` on are return addresses: behind the call of a
+// function that does not return, such as abort, another function begins.
 void listFrames(Word** frames, int count, int first, int firstReturn) {
     for (int i = first; i < count; ++i) {
         const Word address = addressOf(frames[i]);
@@ -339,6 +340,7 @@ __attribute__((noinline)) void SignalBackTrace(int sig, siginfo_t* info, ucontex
 
 __attribute__((noinline)) int AssertBackTrace(const char* expression, const char* file, int line,
                                               const char* comment) {
+    const kt::ErrnoGuard errnoGuard;
     const kt::Uncancelled uncancelled;
     const ReportLock lock;
     LogCache("\n~~~~~~~ BackTrace ASSERT ~~~~ %s ~~~~\n\n", reportTime());

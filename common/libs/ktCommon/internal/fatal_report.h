@@ -1,10 +1,10 @@
-// How a process ends that has been hit by a fatal signal: one thread reports, every step of it has a time limit, and whatever
-// happens the process is gone within three seconds.
+// How a process ends that has been hit by a fatal signal: one thread reports, every step of it has a time
+// limit, and whatever happens the process is gone within three seconds.
 //
-// The reporter may have been interrupted while it held any lock of the C library, the allocator's and the loader's
-// included, so a step may hang; and what is broken already may fault again. Either way the step is abandoned and the
-// report goes on without it. The limits work by a periodic SIGALRM, whose disposition and timer the dying process no
-// longer needs. Everything here is for signal handlers.
+// The reporter may have been interrupted while it held any lock of the C library, the allocator's and the
+// loader's included, so a step may hang; and what is broken already may fault again. Either way the step is
+// abandoned and the report goes on without it. The limits work by a periodic SIGALRM, whose disposition and
+// timer the dying process no longer needs. Everything here is for signal handlers.
 #ifndef KT_INTERNAL_FATAL_REPORT_H
 #define KT_INTERNAL_FATAL_REPORT_H
 
@@ -18,8 +18,8 @@ namespace kt::fatal {
 
 using std::chrono::milliseconds;
 
-// What should not happen for the first time in a dying process: guards the large stack. Called once, before handlers
-// are installed.
+// What should not happen for the first time in a dying process: guards the large stack. Called once, before
+// handlers are installed.
 void prepare();
 
 // Makes the calling thread the reporter of this end. Does not return to
@@ -33,15 +33,17 @@ bool isReporter();
 // Returns at once but in a thread that is not the reporter while there is one: that waits for the end.
 void giveWay();
 
-// Runs `call` on a large stack of the process's own; faults there are handled on another one. On the caller's stack
-// unless the caller is the reporter.
+// Runs `call` on a large stack of the process's own; faults there are handled on another one. On the caller's
+// stack unless the caller is the reporter.
 void onLargeStack(void (*call)(void*), void* argument);
 
 // exit(sig) within the time that is left, else _exit(sig).
 [[noreturn]] void end(int sig);
 
-// One step with a time limit. Steps nest; an inner one never outlasts the outer. Outside the reporter it does nothing.
-// The caller saves the place to go on from in `wayOut`, because a function that has returned cannot be jumped into:
+// One step with a time limit. Steps nest; an inner one never outlasts the outer. Outside the reporter it does
+// nothing.
+// The caller saves the place to go on from in `wayOut`, because a function that has returned cannot be jumped
+// into:
 //     if (sigsetjmp(step.wayOut, 0) == 0) { step.begin(limit); ... }
 //     step.end();
 // Nothing that needs a destructor may live inside.

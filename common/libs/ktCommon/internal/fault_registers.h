@@ -26,8 +26,9 @@ static_assert(sizeof(FaultRegisters) == 21 * sizeof(unsigned long));
 
 FaultRegisters faultRegisters(const sigcontext& context);
 
-// Changes `context` to what an unwinder goes on from: it takes the interrupted instruction's address for the return address
-// of a call, and nothing is known of the function of one that is no code, as after a call of a null pointer.
+// Changes `context` to what an unwinder goes on from: it takes the interrupted instruction's address for the
+// return address of a call, and nothing is known of the function of one that is no code, as after a call of a
+// null pointer.
 // Returns the address that the unwinder will give the frame whose instruction was interrupted.
 unsigned long makeUnwindable(sigcontext& context);
 

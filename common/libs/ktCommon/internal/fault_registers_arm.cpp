@@ -24,8 +24,9 @@ unsigned long makeUnwindable(sigcontext& context) {
         context.arm_pc = context.arm_lr;
         return pc;
     }
-    // It goes back by two bytes to be within the call. A fault in a function's first instruction, such as the load of a small
-    // accessor that was called on null, would be taken for one of the function before, and the descent end there.
+    // It goes back by two bytes to be within the call. A fault in a function's first instruction, such as the
+    // load of a small accessor that was called on null, would be taken for one of the function before, and
+    // the descent end there.
     context.arm_pc += 2;
     return context.arm_pc;
 }

@@ -4,8 +4,8 @@
 
 namespace kt {
 
-// r0 to r10 and ip show twelve of the general registers in the order of the calling convention: rax, the six of
-// arguments, then r10 to r14. There is no link register.
+// r0 to r10 and ip show twelve of the general registers in the order of the calling convention: rax, the six
+// of arguments, then r10 to r14. There is no link register.
 FaultRegisters faultRegisters(const sigcontext& context) {
     return {
         context.trapno,

@@ -33,8 +33,8 @@ sigset_t brokenPipeOnly() {
     return set;
 }
 
-// The mode of a descriptor is shared with whoever else holds it and must stay as it is. But a pipe or terminal can be
-// opened once more, with a mode of our own.
+// The mode of a descriptor is shared with whoever else holds it and must stay as it is. But a pipe or
+// terminal can be opened once more, with a mode of our own.
 int openWithoutBlocking(int fd) {
     char path[32];
     snprintf(path, sizeof path, "/proc/self/fd/%d", fd);

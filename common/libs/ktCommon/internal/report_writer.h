@@ -1,4 +1,5 @@
-// Writes a report to a descriptor that somebody else owns and nobody may be reading. For signal handlers, too.
+// Writes a report to a descriptor that somebody else owns and nobody may be reading. For signal handlers,
+// too.
 #ifndef KT_INTERNAL_REPORT_WRITER_H
 #define KT_INTERNAL_REPORT_WRITER_H
 
@@ -11,8 +12,8 @@
 
 namespace kt {
 
-// A write to a pipe or socket that nobody reads any more does not end the process while this lives. SIGPIPE is sent to
-// the thread that writes: there it is blocked and, if it came meanwhile, taken back.
+// A write to a pipe or socket that nobody reads any more does not end the process while this lives. SIGPIPE
+// is sent to the thread that writes: there it is blocked and, if it came meanwhile, taken back.
 class BrokenPipeIgnored {
   public:
     BrokenPipeIgnored();
@@ -25,8 +26,8 @@ class BrokenPipeIgnored {
     bool wasPending_;
 };
 
-// One write call for all of `size` bytes; more when it takes less. Gives up on an error, and when `limit` has passed: a pipe,
-// socket or terminal that nobody reads does not block for longer, whatever its own mode.
+// One write call for all of `size` bytes; more when it takes less. Gives up on an error, and when `limit` has
+// passed: a pipe, socket or terminal that nobody reads does not block for longer, whatever its own mode.
 void writeReport(int fd, const char* data, size_t size, std::chrono::milliseconds limit);
 
 }  // namespace kt

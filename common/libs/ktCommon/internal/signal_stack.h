@@ -1,5 +1,5 @@
-// An alternate signal stack of the calling thread's own, so that its stack overflow is reported, too. Every thread that the
-// library starts has one.
+// An alternate signal stack of the calling thread's own, so that its stack overflow is reported, too. Every
+// thread that the library starts has one.
 #ifndef KT_INTERNAL_SIGNAL_STACK_H
 #define KT_INTERNAL_SIGNAL_STACK_H
 
@@ -11,8 +11,8 @@
 
 namespace kt {
 
-// Installed while it lives; afterwards the thread has the one it had before. Without memory the thread goes on without.
-// To be made and ended in one thread.
+// Installed while it lives; afterwards the thread has the one it had before. Without memory the thread goes
+// on without. To be made and ended in one thread.
 class SignalStack {
   public:
     SignalStack();

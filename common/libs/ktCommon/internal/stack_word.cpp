@@ -14,8 +14,8 @@ namespace {
 // What the kernel copies of a signal mask.
 constexpr size_t kMaskSize = 8;
 
-// The kernel reads the mask first and answers EFAULT when it cannot; then it finds that it does not know what to do with
-// it. Unlike a write to a pipe this needs no descriptor.
+// The kernel reads the mask first and answers EFAULT when it cannot; then it finds that it does not know what
+// to do with it. Unlike a write to a pipe this needs no descriptor.
 bool isReadable(unsigned long address) {
     constexpr int kNoSuchChange = -1;
     const unsigned long block = address / kMaskSize * kMaskSize;  // never crosses a page
