@@ -6,6 +6,8 @@
 #include "diag/debug.h"
 #include "diag/debug_server.h"
 #include "frame/process.h"
+#include "sync/event.h"
+#include "sync/sleep.h"
 #include "sys/capture.h"
 #include "text/append_buffer.h"
 #include "text/bounded.h"
