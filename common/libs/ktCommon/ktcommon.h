@@ -5,6 +5,7 @@
 #include "diag/BackTrace.h"
 #include "diag/debug.h"
 #include "diag/debug_server.h"
+#include "diag/split_timer.h"
 #include "frame/process.h"
 #include "sync/event.h"
 #include "sync/sleep.h"
