@@ -8,6 +8,7 @@
 #include "diag/split_timer.h"
 #include "frame/process.h"
 #include "sync/event.h"
+#include "sync/shared_memory.h"
 #include "sync/sleep.h"
 #include "sys/capture.h"
 #include "text/append_buffer.h"
