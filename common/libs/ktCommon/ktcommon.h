@@ -9,6 +9,7 @@
 #include "frame/process.h"
 #include "sync/event.h"
 #include "sync/shared_memory.h"
+#include "sync/shutdown_monitor.h"
 #include "sync/sleep.h"
 #include "sys/capture.h"
 #include "text/append_buffer.h"
