@@ -11,6 +11,7 @@
 #include "sync/shared_memory.h"
 #include "sync/shutdown_monitor.h"
 #include "sync/sleep.h"
+#include "sync/thread_pool.h"
 #include "sys/capture.h"
 #include "text/append_buffer.h"
 #include "text/bounded.h"
