@@ -51,7 +51,6 @@ Word* placeAt(Word address) {
 
 constexpr size_t kSignalStackSize = 12288;
 constexpr int kMaxFrames = 64;
-constexpr int kFatalSignals[] = {SIGABRT, SIGSEGV, SIGBUS, SIGILL, SIGFPE};
 
 // The limits of the steps of a fault report, 2.4 s in all: names and symbols are given up after the first
 // that takes too long, the cache may have to be flushed twice.
@@ -77,7 +76,7 @@ class ReportLock {
         }
     }
     ~ReportLock() {
-        if (owned_) {
+        if (owned_ && owner_ == self()) {
             owner_ = 0;
             pthread_mutex_unlock(&mutex_);
         }
@@ -85,9 +84,9 @@ class ReportLock {
     ReportLock(const ReportLock&) = delete;
     ReportLock& operator=(const ReportLock&) = delete;
 
-    // For the child of a fork: another thread's report does not go on there.
+    // For the child of a fork: a report in the making is the parent's.
     static void reset() {
-        if (owner_ != 0 && owner_ != self()) {
+        if (owner_ != 0) {
             pthread_mutex_init(&mutex_, nullptr);
             owner_ = 0;
             memset(cacheBuffer, 0, sizeof cacheBuffer);
@@ -117,6 +116,8 @@ class ReportLock {
 
     bool owned_;
 };
+
+[[maybe_unused]] const int registered = pthread_atfork(nullptr, nullptr, ReportLock::reset);
 
 // The log timestamp; the seconds of the epoch when the C library's time zone lock is not to be had.
 const char* reportTime() {
