@@ -384,13 +384,14 @@ void FlushCache() {
     }
     const kt::Uncancelled uncancelled;
     const kt::BrokenPipeIgnored brokenPipeIgnored;
-    kt::fatal::attempt(kWriteLimit, [] {
-        kt::writeReport(STDERR_FILENO, cacheBuffer, static_cast<size_t>(cacheOffset), kWriteLimit);
-    });
+    const auto length = static_cast<size_t>(cacheOffset);
+    cacheBuffer[length] = '\0';  // a fault may have broken LogCache off
+    kt::fatal::attempt(kWriteLimit,
+                       [length] { kt::writeReport(STDERR_FILENO, cacheBuffer, length, kWriteLimit); });
     kt::fatal::giveWay();
     kt::fatal::attempt(kLogLimit, [] { logStackTrace(cacheBuffer); });
     kt::fatal::giveWay();
-    memset(cacheBuffer, 0, sizeof cacheBuffer);
+    memset(cacheBuffer, 0, length);  // behind the text it is zero
     cacheOffset = 0;
 }
 
