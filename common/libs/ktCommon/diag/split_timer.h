@@ -1,6 +1,7 @@
 // Debug stopwatches: lines that tell how many milliseconds a code path has taken so far.
 //
-// A timer is a record of the caller's, which needs no preparation; the library fills it from start to stop.
+// A timer is a record of the caller's, which needs no preparation for its start; the library fills it from
+// start to stop. A record that has never been started must not be split or stopped, unless its name is null.
 // It has two clocks: the first runs from the start, the second from the start or the latest
 // __debugResetTimer2. Every line is a debug line of __debug, with what diag/debug.h says of those (blocking,
 // cancellation, errno): timers act only while DEBUG_GENERAL is set. The messages bring their own line ends.

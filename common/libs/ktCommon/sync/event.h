@@ -6,8 +6,9 @@
 //
 // Functions that return int return 0 or a positive error number of the C library, never -1: 22 (EINVAL) for a
 // null record (nothing changes), and what is listed. None keeps a lock when it returns, or when its thread is
-// cancelled. Only the waits block; they are cancellation points. With DEBUG_GENERAL set, writing a debug line
-// or a report is one, too. Nothing here is for signal handlers.
+// cancelled. Only the waits block; they are cancellation points. With DEBUG_GENERAL set a debug line, which
+// is one too, and a report, which is none, block as long as their readers do. Nothing here is for signal
+// handlers.
 #ifndef KT_SYNC_EVENT_H
 #define KT_SYNC_EVENT_H
 
@@ -96,7 +97,8 @@ KT_API int _registerConditionWithClock(int clock, pthread_cond_t* cond);
 // Returns what destroying the lock returned; the record is cleared in any case.
 KT_API int destroyEvent(EVENT* ev);
 
-// setEvent releases every present waiter, and later ones until resetEvent. Both may be repeated.
+// setEvent releases every present waiter, and later ones until resetEvent. Both may be repeated. An event is
+// not for pulsing: a waiter that is woken and finds the event reset again waits on.
 // Return 0 or 22.
 KT_API int setEvent(EVENT* ev);
 KT_API int resetEvent(EVENT* ev);

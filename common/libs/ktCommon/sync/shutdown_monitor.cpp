@@ -63,8 +63,13 @@ class ExitSemaphore {
 
     explicit operator bool() const { return semaphore_ != SEM_FAILED; }
 
-    void wait() {
-        while (sem_wait(semaphore_) != 0 && errno == EINTR) {}
+    // Whether it has been posted.
+    bool wait() {
+        int result = -1;
+        do {
+            result = sem_wait(semaphore_);
+        } while (result != 0 && errno == EINTR);
+        return result == 0;
     }
 
   private:
@@ -90,13 +95,12 @@ class ExitSemaphore {
     sem_t* semaphore_ = SEM_FAILED;
 };
 
-// False when there is no semaphore to wait on.
+// False without a request: there is no semaphore to wait on.
 bool waitForRequest(const char* moduleName) {
     const kt::HeapText name = semaphoreName(moduleName);
     ExitSemaphore semaphore(name.get());
     if (semaphore) {
-        semaphore.wait();
-        return true;
+        return semaphore.wait();
     }
     printf("initShutdownMonitor, failed to acquire semaphore: %s%s\n", kNamePrefix, moduleName);
     fflush(stdout);

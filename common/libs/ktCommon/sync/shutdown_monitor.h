@@ -5,9 +5,10 @@
 // it: a request to a module whose monitor has not started, is still starting or has fired is lost. A daemon
 // that exits without a request leaves its semaphore behind; the next monitor of the name removes it.
 //
-// The semaphore has mode 0666 whatever the umask. The platform takes module names of up to 239 characters
-// without a "/"; with another name the monitor finds no semaphore. A daemon starts one monitor: of two with
-// the same name only the later can be asked.
+// The semaphore has mode 0666 whatever the umask (as the umask has it where /proc is missing or memory short,
+// and as it was if it is another user's that cannot be removed). The platform takes module names of up to 239
+// characters without a "/"; with another name the monitor finds no semaphore. A daemon starts one monitor: of
+// two with the same name only the later can be asked.
 //
 // Every function may run in any thread, none in a signal handler.
 #ifndef KT_SYNC_SHUTDOWN_MONITOR_H
@@ -31,7 +32,7 @@ typedef struct ShutdownMonitorContext {
 //     0   also when memory or a thread is lacking: then nothing is left over, the daemon runs on without a
 //         monitor, and a debug line says so
 //     22  an argument is null; "initShutdownMonitor: invalid param\n" is printed on standard output
-// Does not wait until the monitor is armed. Only the printed lines block, as long as the output does, and are
+// Does not wait until the monitor is armed. Only the lines block, as long as their output does, and are
 // cancellation points.
 KT_API int initShutdownMonitor(const char* moduleName, void (*onShutdown)(void));
 
@@ -49,7 +50,8 @@ KT_API int SignalModuleShutdown(const char* moduleName);
 // semaphore to be had, "initShutdownMonitor, failed to acquire semaphore: %s\n" with its name is printed on
 // standard output instead, and onShutdown is not called.
 // Returns null. Blocks until the request, and is a cancellation point: a cancelled monitor, or one whose
-// onShutdown ends the thread, leaves neither memory nor a semaphore behind.
+// onShutdown ends the thread, leaves neither memory nor a semaphore behind. (That is, by way of functions
+// that have unwind tables; -funwind-tables comes with the library's package.)
 KT_API void* _shutdownMonitorThread(void* context);
 
 #ifdef __cplusplus

@@ -17,7 +17,8 @@ namespace {
 constexpr unsigned kMicrosecondsPerSecond = 1000000;
 constexpr unsigned kNanosecondsPerSecond = 1000000000;
 
-// Not beyond the last second of time_t: the board's would wrap, and a wait for a time in the past does not wait.
+// Not beyond the last second of time_t: the board's would wrap, and a wait for a time in the past does not
+// wait.
 time_t secondsLater(time_t start, uint64_t seconds) {
     time_t end;
     return __builtin_add_overflow(start, seconds, &end) ? std::numeric_limits<time_t>::max() : end;

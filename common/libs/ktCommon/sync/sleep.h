@@ -39,7 +39,7 @@ KT_API void timeCalcAbs(struct timespec* deadline, const struct timeval* base, u
 
 // Stores the current time of a clock plus a delay in *deadline (not null). clockId: CLOCK_REALTIME or
 // CLOCK_MONOTONIC. A negative delay counts as 0. A failure leaves *deadline as it was, and is reported with a
-// backtrace while DEBUG_GENERAL is set, which is a cancellation point.
+// backtrace while DEBUG_GENERAL is set, which may block.
 // Returns 0
 //     22  clockId is another clock
 //     -1  the clock cannot be read (errno)

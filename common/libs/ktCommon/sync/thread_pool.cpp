@@ -75,8 +75,8 @@ void letGo(Worker* worker) {
     }
 }
 
-// To be asked at the very end, since a thread may detach itself at any time before. Nobody may touch the id of
-// a detached thread that has ended; so when there is no memory for the answer it is made certain.
+// To be asked at the very end, since a thread may detach itself at any time before. Nobody may touch the id
+// of a detached thread that has ended; so when there is no memory for the answer it is made certain.
 bool isSelfDetached() {
     pthread_attr_t attributes;
     if (pthread_getattr_np(pthread_self(), &attributes) != 0) {
@@ -96,8 +96,8 @@ void finish(void* argument) {
     letGo(worker);
 }
 
-// A destructor of thread-specific data runs however the thread ends. One on the stack would be skipped where the
-// unwinding of pthread_exit or a cancellation meets a daemon's C code without unwind tables.
+// A destructor of thread-specific data runs however the thread ends. One on the stack would be skipped where
+// the unwinding of pthread_exit or a cancellation meets a daemon's C code without unwind tables.
 pthread_key_t makeFinishKey() {
     pthread_key_t key;
     return pthread_key_create(&key, finish) == 0 ? key : PTHREAD_KEYS_MAX;
