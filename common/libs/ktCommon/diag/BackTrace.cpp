@@ -1,20 +1,18 @@
 #include "diag/BackTrace.h"
 
-#include <cxxabi.h>
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <pthread.h>
-#include <sys/types.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <memory>
 
 #include "diag/debug.h"
 #include "frame/process.h"
@@ -23,9 +21,11 @@
 #include "internal/fatal_report.h"
 #include "internal/fault_registers.h"
 #include "internal/fault_texts.h"
+#include "internal/heap_text.h"
+#include "internal/report_lock.h"
 #include "internal/report_writer.h"
 #include "internal/stack_word.h"
-#include "internal/thread_id.h"
+#include "internal/symbol.h"
 #include "internal/uncancelled.h"
 #include "logging.h"
 #include "time/timestamp.h"
@@ -52,72 +52,31 @@ Word* placeAt(Word address) {
 constexpr size_t kSignalStackSize = 12288;
 constexpr int kMaxFrames = 64;
 
-// The limits of the steps of a fault report, 2.4 s in all: names and symbols are given up after the first
-// that takes too long, the cache may have to be flushed twice.
+// The limits of the steps of a fault report, which together with those of names and symbols end it in time,
+// whatever hangs. The cache may have to be flushed twice.
 constexpr milliseconds kWriteLimit{300};
 constexpr milliseconds kLogLimit{250};
 constexpr milliseconds kTimeLimit{150};
 constexpr milliseconds kUnwindLimit{250};
-constexpr milliseconds kLookUpLimit{250};
-constexpr milliseconds kDemangleLimit{250};
-constexpr milliseconds kWholeReportLimit{1800};
-constexpr milliseconds kLockLimit{100};
+constexpr milliseconds kLeftForExit{150};
 
-// A name that needs more of the large stack than there is stays as it is.
-constexpr size_t kLongestDemangled = 4096;
-
-// Keeps the reports of several threads apart. A fatal report takes it over, from its own thread or from one
-// that does not get on.
-class ReportLock {
-  public:
-    ReportLock() : owned_(owner_ != self() && lock()) {
-        if (owned_) {
-            owner_ = self();
-        }
+// For the child of a fork: a report in the making is the parent's.
+void forgetReport() {
+    if (kt::ReportLock::reset()) {
+        memset(cacheBuffer, 0, sizeof cacheBuffer);
+        cacheOffset = 0;
     }
-    ~ReportLock() {
-        if (owned_ && owner_ == self()) {
-            owner_ = 0;
-            pthread_mutex_unlock(&mutex_);
-        }
+}
+
+[[maybe_unused]] const int registered = pthread_atfork(nullptr, nullptr, forgetReport);
+
+// What comes in the way of a wild store must not keep the report of it from coming out.
+size_t cachedLength() {
+    if (cacheOffset < 0 || static_cast<size_t>(cacheOffset) >= sizeof cacheBuffer) {
+        cacheOffset = 0;
     }
-    ReportLock(const ReportLock&) = delete;
-    ReportLock& operator=(const ReportLock&) = delete;
-
-    // For the child of a fork: a report in the making is the parent's.
-    static void reset() {
-        if (owner_ != 0) {
-            pthread_mutex_init(&mutex_, nullptr);
-            owner_ = 0;
-            memset(cacheBuffer, 0, sizeof cacheBuffer);
-            cacheOffset = 0;
-        }
-    }
-
-  private:
-    static pid_t self() { return kt::currentThreadId().thread; }
-
-    static bool lock() {
-        if (!kt::fatal::isReporter()) {
-            return pthread_mutex_lock(&mutex_) == 0;
-        }
-        const timespec nap = {0, 1'000'000};
-        for (milliseconds waited{0}; waited < kLockLimit; ++waited) {
-            if (pthread_mutex_trylock(&mutex_) == 0) {
-                return true;
-            }
-            nanosleep(&nap, nullptr);
-        }
-        return false;
-    }
-
-    static inline pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
-    static inline std::atomic<pid_t> owner_{0};
-
-    bool owned_;
-};
-
-[[maybe_unused]] const int registered = pthread_atfork(nullptr, nullptr, ReportLock::reset);
+    return static_cast<size_t>(cacheOffset);
+}
 
 // The log timestamp; the seconds of the epoch when the C library's time zone lock is not to be had.
 const char* reportTime() {
@@ -129,51 +88,6 @@ const char* reportTime() {
     }
     return stamp;
 }
-
-// A static function is found, but without its name.
-bool hasSymbol(Word address, Dl_info& info) {
-    return dladdr(placeAt(address), &info) != 0 && info.dli_sname != nullptr;
-}
-
-bool lookUp(Word address, Dl_info& info) {
-    static bool givenUp;
-    bool found = false;
-    const auto ask = [&] {
-        const Word searchable = kt::searchableAddress(address);
-        found = hasSymbol(searchable, info) || (searchable != address && hasSymbol(address, info));
-    };
-    givenUp = givenUp || !kt::fatal::attempt(kLookUpLimit, ask);
-    return found && !givenUp;
-}
-
-// A symbol's name as it is shown: demangled if it is one of C++. The demangler would take other names, such
-// as "f", for types.
-class ShownName {
-  public:
-    explicit ShownName(const char* symbol) : symbol_(symbol) {
-        static bool givenUp;
-        if (!givenUp && strncmp(symbol, "_Z", 2) == 0 && strlen(symbol) <= kLongestDemangled) {
-            givenUp = !kt::fatal::attempt(kDemangleLimit, [this] {
-                int status = -1;
-                demangled_ = abi::__cxa_demangle(symbol_, nullptr, nullptr, &status);
-            });
-        }
-    }
-    ~ShownName() {
-        // It might wait for the allocator's lock, and a dying process needs no memory back.
-        if (!kt::fatal::isReporter()) {
-            free(demangled_);
-        }
-    }
-    ShownName(const ShownName&) = delete;
-    ShownName& operator=(const ShownName&) = delete;
-
-    const char* get() const { return demangled_ == nullptr ? symbol_ : demangled_; }
-
-  private:
-    const char* symbol_;
-    char* demangled_ = nullptr;
-};
 
 // Lists the stack words from index `first` down to `last`, counted from fp.
 void listStackWords(Word** fp, Word** sp, int first, int last) {
@@ -193,23 +107,23 @@ void listStackWords(Word** fp, Word** sp, int first, int last) {
 
 // `searched` is where the symbol is looked for, at or before the address.
 void logSymbol(Word address, Word searched, const char* prefix, int index, const char* suffix) {
-    Dl_info info = {};
-    if (!lookUp(searched, info)) {
+    const kt::Symbol symbol(searched);
+    if (symbol) {
+        LogCache("%s%3d: [0x%08lx] ( %s + 0x%lx ) @ %s %s\n", prefix, index, address, symbol.name(),
+                 address - symbol.start(), symbol.object(), suffix);
+    } else {
         LogCache("%s%3d: [0x%08lx] %s\n", prefix, index, address, suffix);
-        return;
     }
-    const ShownName name(info.dli_sname);
-    const Word start = std::min(addressOf(info.dli_saddr), address);
-    LogCache("%s%3d: [0x%08lx] ( %s + 0x%lx ) @ %s %s\n", prefix, index, address, name.get(), address - start,
-             info.dli_fname, suffix);
 }
 
-// Lists the frames from `first` on. Those from `firstReturn` on are return addresses: behind the call of a
-// function that does not return, such as abort, another function begins.
+// Lists the frames from `first` on. Those from `firstReturn` on are return addresses, whose symbol is looked
+// for within the call: behind the call of a function that does not return, such as abort, another function
+// begins.
 void listFrames(Word** frames, int count, int first, int firstReturn) {
+    constexpr Word kIntoCall = 2;
     for (int i = first; i < count; ++i) {
         const Word address = addressOf(frames[i]);
-        logSymbol(address, i < firstReturn ? address : address - 1, "Frame: ", count - i, "");
+        logSymbol(address, i < firstReturn ? address : address - kIntoCall, "Frame: ", count - i, "");
     }
 }
 
@@ -240,18 +154,42 @@ void logFault(const Fault& fault) {
                    reinterpret_cast<Word**>(placeAt(registers.sp)));
 }
 
-void logFaultFrames(unsigned long** frames, int count) {
-    constexpr int kReportAndHandler = 2;
-    constexpr int kWithTrampolineAndInterrupted = 4;
+// Of the frames of a handler: SignalBackTrace, sigFatalHandler, and what that returns to.
+constexpr int kReportAndCaller = 2;
+constexpr int kReportToTrampoline = 3;
+
+// Puts in the frame of the interrupted instruction where the unwinder knows none.
+// Returns the number of frames.
+int addInterrupted(Word** frames, int count, Word* pc) {
+    Word** const end = frames + count;
+    if (!kt::fatal::isReporter() || count < kReportToTrampoline || count == kMaxFrames ||
+        std::find(frames, end, pc) != end) {
+        return count;
+    }
+    std::copy_backward(frames + kReportToTrampoline, end, end + 1);
+    frames[kReportToTrampoline] = pc;
+    return count + 1;
+}
+
+void logFaultFrames(Word** frames, int count) {
+    constexpr int kTrampolineAndInterrupted = 2;
     if (count > 0) {
         LogCache("\nStack backtrace:\n");
     }
-    listFrames(frames, count, kReportAndHandler, kWithTrampolineAndInterrupted);
+    const int notReturns = kt::fatal::isReporter() ? kTrampolineAndInterrupted : 0;
+    listFrames(frames, count, kReportAndCaller, kReportAndCaller + notReturns);
 }
 
-// A signal that was sent, and not by this process, interrupts nothing that has gone wrong.
-bool wasSentFromOutside(const siginfo_t* info) {
-    return info != nullptr && info->si_code <= 0 && info->si_pid != getpid();
+bool isCode(Word pc, const siginfo_t& info) {
+    Word word = 0;
+    const bool isFetchRefused = info.si_code > 0 && (info.si_signo == SIGSEGV || info.si_signo == SIGBUS) &&
+                                addressOf(info.si_addr) == pc;
+    return !isFetchRefused && kt::readStackWord(pc, word);
+}
+
+// Whether the signal tells of something that has gone wrong in this thread: a fault, or abort.
+bool isOwnFault(const siginfo_t* info) {
+    return info == nullptr || info->si_code > 0 || (info->si_code == SI_TKILL && info->si_pid == getpid());
 }
 
 // The first use of a service may load a library, allocate, or wait for a lock.
@@ -292,7 +230,7 @@ int InitSigHandlers(void) {
 }
 
 void sigFatalHandler(int sig, siginfo_t* info, void* context) {
-    if (kt::fatal::isReporter() && wasSentFromOutside(info)) {
+    if (kt::fatal::isReporter() && !isOwnFault(info)) {
         return;
     }
     kt::fatal::begin(sig);
@@ -301,38 +239,48 @@ void sigFatalHandler(int sig, siginfo_t* info, void* context) {
 }
 
 __attribute__((noinline)) void SignalBackTrace(int sig, siginfo_t* info, ucontext_t* context) {
-    unsigned long* frames[kMaxFrames] = {};
+    Word* frames[kMaxFrames] = {};
     char errorText[128] = {};
     const kt::Uncancelled uncancelled;
-    const ReportLock lock;
+    const kt::ReportLock lock;
     kt::fatal::onLargeStack([] { FlushCache(); });
     if (context == nullptr) {
         return;
     }
-
     auto* const registers = reinterpret_cast<sigcontext*>(&context->uc_mcontext);
-    const sigcontext interrupted = *registers;
-    const Word unwoundPc = kt::makeUnwindable(*registers);
-    // Called from here and not within an attempt, because the frames to leave out are counted.
-    volatile int count = 0;
-    kt::fatal::Step unwinding;
-    if (sigsetjmp(unwinding.wayOut, 0) == 0) {
-        unwinding.begin(kUnwindLimit);
-        count = backtrace(reinterpret_cast<void**>(frames), kMaxFrames);
-    }
-    unwinding.end();
-    *registers = interrupted;
-    std::replace(frames, frames + count, placeAt(unwoundPc), placeAt(kt::faultRegisters(interrupted).pc));
-
     Fault fault = {sig, {}, registers, errorText, sizeof errorText, nullptr};
-    fault.workingFp = static_cast<unsigned long**>(__builtin_frame_address(0));
+    fault.workingFp = static_cast<Word**>(__builtin_frame_address(0));
     if (info != nullptr) {
         fault.info = *info;
     }
-    kt::fatal::onLargeStack([&fault, &frames, captured = int{count}] {
-        kt::fatal::attempt(kWholeReportLimit, [&] {
+
+    const sigcontext interrupted = *registers;
+    const Word pc = kt::faultRegisters(interrupted).pc;
+    Word** end = frames;
+    volatile bool trustsPc = isCode(pc, fault.info);
+    for (volatile bool goesOn = true; goesOn;) {
+        const Word unwoundPc = kt::makeUnwindable(*registers, trustsPc);
+        // Called from here and not within an attempt: the frames to leave out are counted.
+        kt::fatal::Step unwinding;
+        if (sigsetjmp(unwinding.wayOut, 0) == 0) {
+            unwinding.begin(kUnwindLimit);
+            backtrace(reinterpret_cast<void**>(frames), kMaxFrames);
+        }
+        unwinding.end();
+        *registers = interrupted;
+        // On a damaged stack backtrace is broken off; what it had found until then is stored.
+        end = std::find(frames, frames + kMaxFrames, nullptr);
+        std::replace(frames, end, placeAt(unwoundPc), placeAt(pc));
+        // Not one frame of the fault: a function of assembler without unwind tables. It seldom calls another.
+        goesOn = trustsPc && end == frames + kReportToTrampoline;
+        trustsPc = false;
+    }
+    const int count = addInterrupted(frames, static_cast<int>(end - frames), placeAt(pc));
+
+    kt::fatal::onLargeStack([&fault, &frames, count] {
+        kt::fatal::attempt(kt::fatal::timeLeft() - kWriteLimit - kLogLimit - kLeftForExit, [&] {
             logFault(fault);
-            logFaultFrames(frames, captured);
+            logFaultFrames(frames, count);
             LogCache("=========================================================================\n\n");
         });
         FlushCache();
@@ -343,10 +291,14 @@ __attribute__((noinline)) int AssertBackTrace(const char* expression, const char
                                               const char* comment) {
     const kt::ErrnoGuard errnoGuard;
     const kt::Uncancelled uncancelled;
-    const ReportLock lock;
+    const kt::ReportLock lock;
+    if (lock.isNested()) {
+        return 0;
+    }
     LogCache("\n~~~~~~~ BackTrace ASSERT ~~~~ %s ~~~~\n\n", reportTime());
-    LogCache("  Failed expression: (%s) @ %s (line: %d)\n  Comment: \"%s\"\n", expression,
-             file == nullptr ? "unknown" : file, line, comment == nullptr ? "" : comment);
+    LogCache("  Failed expression: (%s) @ %s (line: %d)\n  Comment: \"%s\"\n",
+             expression == nullptr ? "" : expression, file == nullptr ? "unknown" : file, line,
+             comment == nullptr ? "" : comment);
     unsigned long* frames[kMaxFrames] = {};
     const int count = backtrace(reinterpret_cast<void**>(frames), kMaxFrames);
     if (count > 0) {
@@ -359,13 +311,16 @@ __attribute__((noinline)) int AssertBackTrace(const char* expression, const char
 }
 
 void kt::reportFailedAssertion(const char* expression, int line, const char* comment) {
-    AssertBackTrace(expression, "ktcommon.cpp", line, comment);
+    if ((_debugGetMode() & DEBUG_GENERAL) != 0) {
+        AssertBackTrace(expression, "ktcommon.cpp", line, comment);
+    }
 }
 
 int LogCache(const char* format, ...) {
     kt::fatal::giveWay();
-    const size_t room = sizeof cacheBuffer - static_cast<size_t>(cacheOffset);
-    char* const end = cacheBuffer + cacheOffset;
+    const size_t used = cachedLength();
+    const size_t room = sizeof cacheBuffer - used;
+    char* const end = cacheBuffer + used;
     va_list ap;
     va_start(ap, format);
     const int length = vsnprintf(end, room, format, ap);
@@ -379,12 +334,12 @@ int LogCache(const char* format, ...) {
 }
 
 void FlushCache() {
-    if (cacheOffset == 0) {
+    const size_t length = cachedLength();
+    if (length == 0) {
         return;
     }
     const kt::Uncancelled uncancelled;
     const kt::BrokenPipeIgnored brokenPipeIgnored;
-    const auto length = static_cast<size_t>(cacheOffset);
     cacheBuffer[length] = '\0';  // a fault may have broken LogCache off
     kt::fatal::attempt(kWriteLimit,
                        [length] { kt::writeReport(STDERR_FILENO, cacheBuffer, length, kWriteLimit); });
@@ -437,7 +392,7 @@ int DumpFaultFrame(unsigned long** fp, unsigned long** sp) {
 
 void dump_frame_in_vicinity_of(unsigned long** fp, unsigned long** sp, int range) {
     const kt::Uncancelled uncancelled;
-    const ReportLock lock;
+    const kt::ReportLock lock;
     LogCache("\n *** dump_frame_in_vicinity_of( fp: 0x%lx, sp: 0x%lx, range: %d ) ***\n", addressOf(fp),
              addressOf(sp), range);
     if (range >= 0) {
@@ -502,8 +457,8 @@ unsigned long ConfirmFaultInFrame(unsigned long** fp, unsigned long** sp, unsign
         return fault;
     }
     Word word = 0;
-    for (Word place = addressOf(sp); place <= addressOf(fp) && kt::readStackWord(place, word);
-         place += sizeof word) {
+    const Word first = (addressOf(sp) + sizeof word - 1) / sizeof word * sizeof word;
+    for (Word place = first; place <= addressOf(fp) && kt::readStackWord(place, word); place += sizeof word) {
         if (start <= word && word <= end) {
             return word;
         }
@@ -515,12 +470,11 @@ void print_trace() {
     constexpr int kMost = 10;
     void* frames[kMost];
     const int count = backtrace(frames, kMost);
-    char** const texts = backtrace_symbols(frames, count);
+    const std::unique_ptr<char*, kt::FreeDeleter> texts(backtrace_symbols(frames, count));
     printf("Obtained %zd stack frames.\n", static_cast<ssize_t>(count));
     for (int i = 0; texts != nullptr && i < count; ++i) {
-        puts(texts[i]);
+        puts(texts.get()[i]);
     }
-    free(texts);
 }
 
 void testSigFault(void) {

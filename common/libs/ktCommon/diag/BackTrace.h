@@ -29,17 +29,20 @@ extern "C" {
 // g_signalStack as its alternate signal stack, and installs sigFatalHandler for SIGABRT, SIGSEGV, SIGBUS,
 // SIGILL and SIGFPE, in this order.
 // For the main thread, once. A fault in another thread is handled on that thread's own alternate stack if it
-// has one (those that the library starts have), otherwise on its stack, so that an overflow of it goes
-// unreported. Returns the result of the last installation, 0 or -1 with errno; failures of the others go
-// unreported.
+// has one (those that the library starts have), otherwise on its stack, so that its overflow goes unreported.
+// A thread that blocks these signals dies of its fault without a report.
+// Returns the result of the last installation, 0 or -1 with errno; failures of the others go unreported.
+// A cancellation point.
 KT_API int InitSigHandlers(void);
 
 // Writes an assertion report: the time, the expression, file, line and comment, and a backtrace whose first
-// line is the caller. The process goes on. file: null counts as "unknown"; comment: null counts as "".
-// Returns the number of frames captured, itself included (at most 64).
+// line is the caller. The process goes on.
+// file: null counts as "unknown". expression, comment: null counts as "".
+// Returns the number of frames captured, itself included (at most 64); 0, without a report, for an assertion
+// that fails while its thread is writing one (in logStackTrace).
 // Thread safe: reports wait for each other. Keeps errno. Blocks up to 0.3 s on a standard error that nobody
-// reads, and as long as logStackTrace does. Not a cancellation point. Demangling takes some 75 bytes of stack
-// for each character of the longest C++ name.
+// reads (longer on a terminal that cannot be opened once more), and as long as logStackTrace does. Not a
+// cancellation point. Demangling takes some 75 bytes of stack for each character of the longest C++ name.
 KT_API int AssertBackTrace(const char* expression, const char* file, int line, const char* comment);
 
 // For trying out the fault capture: two assertion reports if DEBUG_GENERAL is set, then a read at address 0,
@@ -60,11 +63,13 @@ extern KT_API int cacheOffset;
 extern KT_API char g_signalStack[12292];
 
 // The handler of fatal signals: reports (SignalBackTrace) and ends the process with exit(sig), within 3
-// seconds whatever locks the process was interrupted in. It moves to a large stack of its own as soon as the
-// frames are captured. Steps that hang or fault are left out: names go undemangled, then unresolved, then the
-// step is skipped; an exit that hangs becomes _exit(sig). Of several threads that fault together the first
-// reports and the others wait. SIGALRM and the process's real-time interval timer are taken over for the time
-// limits. A fatal signal that another process sends meanwhile is ignored. Does not return otherwise.
+// seconds whatever locks the process was interrupted in. Does not return.
+// It moves to a large stack of its own as soon as the frames are captured. Steps that hang or fault are left
+// out: names go undemangled, then unresolved, then the step is skipped; an exit that hangs becomes
+// _exit(sig). Of several threads that fault together the first reports and the others wait. A fatal signal
+// that is sent meanwhile, not by the thread itself, is ignored.
+// SIGALRM is taken over for the limits, and a thread of the kernel's own is started; where none can be had,
+// the real-time interval timer is taken instead, which blocked signals defeat.
 KT_API void sigFatalHandler(int sig, siginfo_t* info, void* context);
 
 // Writes the fault report: signal, reason, process, registers, fault frame and the backtrace. What the cache
@@ -123,7 +128,7 @@ KT_API int CaptureBacktraceInternal(unsigned long** fp, unsigned long** sp, unsi
 KT_API unsigned long ConfirmFaultInFrame(unsigned long** fp, unsigned long** sp, unsigned long* faultAddress);
 
 // Prints "Obtained %zd stack frames.\n" and up to 10 frames of the calling thread on standard output, one per
-// line. Only the first line without memory.
+// line. Only the first line without memory. A cancellation point.
 KT_API void print_trace();
 #endif
 

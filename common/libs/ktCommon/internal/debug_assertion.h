@@ -7,8 +7,8 @@
 
 namespace kt {
 
-// Reports that `expression` does not hold, with the source line of the caller, in the library's main source
-// file.
+// While DEBUG_GENERAL is set: reports that `expression` does not hold, with the source line of the caller, in
+// the library's main source file.
 void reportFailedAssertion(const char* expression, int line, const char* comment);
 
 }  // namespace kt

@@ -1,6 +1,7 @@
 #include "internal/fatal_report.h"
 
 #include <pthread.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
@@ -23,15 +24,17 @@ using Clock = std::chrono::steady_clock;
 
 constexpr milliseconds kTick{20};
 constexpr milliseconds kWholeLimit{2600};
-// Longer than the reporter is given, which ends the process with its last words said.
+// Of others than the reporter; longer than it is given.
 constexpr milliseconds kWaitForReporter{2900};
 
 // A demangler takes about 75 bytes of stack for each character of a name. Untouched pages cost no memory.
 constexpr size_t kLargeStackSize = 0x80000;
 constexpr size_t kSecondFaultStackSize = 0x4000;
+constexpr size_t kWatchdogStackSize = 0x2000;
 constexpr size_t kPageSize = 4096;
 alignas(kPageSize) char largeStack[kLargeStackSize];
 alignas(16) char secondFaultStack[kSecondFaultStackSize];
+alignas(16) char watchdogStack[kWatchdogStackSize];
 
 std::atomic<pid_t> reporter;  // kernel thread id, 0: none
 volatile sig_atomic_t firstSignal;
@@ -66,6 +69,7 @@ void unblock(std::initializer_list<int> signals) {
 }
 
 [[noreturn]] void waitForTheEnd() {
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
     const Clock::time_point deadline = Clock::now() + kWaitForReporter;
     while (Clock::now() < deadline) {
         const timespec nap = {0, 10'000'000};
@@ -84,7 +88,7 @@ void unblock(std::initializer_list<int> signals) {
 
 void checkLimits(int) {
     const ErrnoGuard errnoGuard;
-    if (!isReporter()) {  // the timer belongs to the process, and the kernel prefers its main thread
+    if (!isReporter()) {  // the interval timer's, which is the process's
         syscall(SYS_tgkill, getpid(), reporter.load(), SIGALRM);
         return;
     }
@@ -97,6 +101,29 @@ void checkLimits(int) {
     }
 }
 
+// Only system calls: what the C library keeps for a thread is the reporter's here.
+int watch(void*) {
+    const struct { long seconds, nanoseconds; } tick = {0, std::chrono::nanoseconds(kTick).count()};
+    while (Clock::now() < wholeDeadline) {
+        syscall(SYS_nanosleep, &tick, nullptr);
+        syscall(SYS_tgkill, getpid(), reporter.load(), SIGALRM);
+    }
+    syscall(SYS_exit_group, firstSignal);
+    return 0;
+}
+
+// Signals of the process are not for the watchdog: their handlers would run on its small stack.
+bool startWatchdog() {
+    constexpr int kThread = CLONE_VM | CLONE_FS | CLONE_FILES | CLONE_SIGHAND | CLONE_THREAD | CLONE_SYSVSEM;
+    sigset_t all;
+    sigset_t previous;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &previous);
+    const int thread = clone(watch, watchdogStack + sizeof watchdogStack, kThread, nullptr);
+    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+    return thread != -1;
+}
+
 void startLimits() {
     wholeDeadline = Clock::now() + kWholeLimit;
     struct sigaction action = {};
@@ -104,9 +131,11 @@ void startLimits() {
     action.sa_flags = SA_NODEFER | SA_RESTART;
     sigemptyset(&action.sa_mask);
     sigaction(SIGALRM, &action, nullptr);
-    constexpr timeval kInterval = {0, std::chrono::microseconds(kTick).count()};
-    constexpr itimerval kTimer = {kInterval, kInterval};
-    setitimer(ITIMER_REAL, &kTimer, nullptr);
+    if (!startWatchdog()) {  // no more threads; blocked signals defeat this one
+        constexpr timeval kInterval = {0, std::chrono::microseconds(kTick).count()};
+        constexpr itimerval kTimer = {kInterval, kInterval};
+        setitimer(ITIMER_REAL, &kTimer, nullptr);
+    }
 }
 
 void runOnLargeStack() {
@@ -128,16 +157,20 @@ void prepare() {
 void begin(int sig) {
     pid_t expected = 0;
     const pid_t self = currentThreadId().thread;
-    if (!reporter.compare_exchange_strong(expected, self) && expected != self) {
+    const bool isFirst = reporter.compare_exchange_strong(expected, self);
+    if (!isFirst && expected != self) {
         waitForTheEnd();
+    }
+    if (isFirst) {
+        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);  // for good: exit has cancellation points
+        firstSignal = sig;
+        startLimits();
     }
     // The kernel ends a process whose blocked signal is needed for a fault.
     unblock({SIGABRT, SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGALRM});
-    if (expected == self) {
+    if (!isFirst) {
         abandonStep();
     }
-    firstSignal = sig;
-    startLimits();
 }
 
 bool isReporter() {
@@ -163,6 +196,10 @@ void onLargeStack(void (*call)(void*), void* argument) {
     swapcontext(&entryContext, &largeContext);
 }
 
+milliseconds timeLeft() {
+    return std::chrono::duration_cast<milliseconds>(wholeDeadline - Clock::now());
+}
+
 void end(int sig) {
     onLargeStack([sig] { attempt(kWholeLimit, [sig] { exit(sig); }); });
     _exit(sig);
@@ -174,6 +211,7 @@ void Step::begin(milliseconds limit) {
     }
     outer = current;
     deadline = std::min(Clock::now() + limit, outer == nullptr ? wholeDeadline : outer->deadline);
+    std::atomic_signal_fence(std::memory_order_release);
     current = this;
 }
 

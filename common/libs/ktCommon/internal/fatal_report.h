@@ -3,8 +3,9 @@
 //
 // The reporter may have been interrupted while it held any lock of the C library, the allocator's and the
 // loader's included, so a step may hang; and what is broken already may fault again. Either way the step is
-// abandoned and the report goes on without it. The limits work by a periodic SIGALRM, whose disposition and
-// timer the dying process no longer needs. Everything here is for signal handlers.
+// abandoned and the report goes on without it. A watchdog keeps the limits: a thread of the kernel alone,
+// unknown to the C library, which sends the reporter a SIGALRM now and then, and in the end ends the process.
+// Everything here is for signal handlers.
 #ifndef KT_INTERNAL_FATAL_REPORT_H
 #define KT_INTERNAL_FATAL_REPORT_H
 
@@ -36,6 +37,9 @@ void giveWay();
 // Runs `call` on a large stack of the process's own; faults there are handled on another one. On the caller's
 // stack unless the caller is the reporter.
 void onLargeStack(void (*call)(void*), void* argument);
+
+// What the process has until its end.
+milliseconds timeLeft();
 
 // exit(sig) within the time that is left, else _exit(sig).
 [[noreturn]] void end(int sig);

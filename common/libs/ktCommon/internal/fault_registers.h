@@ -2,6 +2,7 @@
 #ifndef KT_INTERNAL_FAULT_REGISTERS_H
 #define KT_INTERNAL_FAULT_REGISTERS_H
 
+#include <dlfcn.h>
 #include <signal.h>
 
 #include "internal/private.h"
@@ -26,14 +27,15 @@ static_assert(sizeof(FaultRegisters) == 21 * sizeof(unsigned long));
 
 FaultRegisters faultRegisters(const sigcontext& context);
 
-// Changes `context` to what an unwinder goes on from: it takes the interrupted instruction's address for the
-// return address of a call, and nothing is known of the function of one that is no code, as after a call of a
-// null pointer.
-// Returns the address that the unwinder will give the frame whose instruction was interrupted.
-unsigned long makeUnwindable(sigcontext& context);
+// Changes `context` to what an unwinder goes on from, which takes the interrupted instruction's address for
+// the return address of a call. If that is no code, as after a call of a wild pointer, it is the caller's.
+// Returns the address that the unwinder will give the frame of the interrupted instruction; the pc if it has
+// none.
+unsigned long makeUnwindable(sigcontext& context, bool pcIsCode);
 
-// An address of the same function that a search of the symbols finds even for a function's first instruction.
-unsigned long searchableAddress(unsigned long code);
+// dladdr for addresses of code, too: finds the function of its first instruction. Leaves a symbol's name null
+// where none is known.
+void findSymbol(unsigned long address, Dl_info& info);
 
 }  // namespace kt
 

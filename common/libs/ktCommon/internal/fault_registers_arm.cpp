@@ -17,10 +17,9 @@ FaultRegisters faultRegisters(const sigcontext& context) {
     return registers;
 }
 
-unsigned long makeUnwindable(sigcontext& context) {
-    const unsigned long pc = context.arm_pc;
-    unsigned long word;
-    if (!readStackWord(pc, word)) {
+unsigned long makeUnwindable(sigcontext& context, bool pcIsCode) {
+    if (!pcIsCode) {
+        const unsigned long pc = context.arm_pc;
         context.arm_pc = context.arm_lr;
         return pc;
     }
@@ -32,8 +31,18 @@ unsigned long makeUnwindable(sigcontext& context) {
 }
 
 // The symbol of a Thumb function is its address plus one.
-unsigned long searchableAddress(unsigned long code) {
-    return code | 1;
+void findSymbol(unsigned long address, Dl_info& info) {
+    const auto ask = [&info](unsigned long place) {
+        info = {};
+        dladdr(reinterpret_cast<void*>(place), &info);
+        return reinterpret_cast<unsigned long>(info.dli_saddr);
+    };
+    const unsigned long start = ask(address | 1);
+    if ((start & 1) == 0) {
+        ask(address);
+    } else if ((address & 1) == 0) {
+        info.dli_saddr = reinterpret_cast<void*>(start - 1);
+    }
 }
 
 }  // namespace kt

@@ -24,18 +24,18 @@ FaultRegisters faultRegisters(const sigcontext& context) {
 }
 
 // It knows the frame of a signal as such.
-unsigned long makeUnwindable(sigcontext& context) {
+unsigned long makeUnwindable(sigcontext& context, bool pcIsCode) {
     const unsigned long pc = context.rip;
-    unsigned long word;
-    if (!readStackWord(pc, word) && readStackWord(context.rsp, word)) {
-        context.rip = word;
-        context.rsp += sizeof word;
+    unsigned long returnAddress;
+    if (!pcIsCode && readStackWord(context.rsp, returnAddress)) {
+        context.rip = returnAddress;
+        context.rsp += sizeof returnAddress;
     }
     return pc;
 }
 
-unsigned long searchableAddress(unsigned long code) {
-    return code;
+void findSymbol(unsigned long address, Dl_info& info) {
+    dladdr(reinterpret_cast<void*>(address), &info);  // NOLINT(performance-no-int-to-ptr)
 }
 
 }  // namespace kt

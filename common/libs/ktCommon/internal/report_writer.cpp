@@ -42,9 +42,13 @@ int openWithoutBlocking(int fd) {
 }
 
 bool waitUntilWritable(int fd, steady_clock::time_point deadline) {
-    const auto left = std::chrono::ceil<milliseconds>(deadline - steady_clock::now()).count();
     pollfd entry = {fd, POLLOUT, 0};
-    return left > 0 && (poll(&entry, 1, static_cast<int>(left)) > 0 || errno == EINTR);
+    int ready = 0;
+    do {
+        const auto left = std::chrono::ceil<milliseconds>(deadline - steady_clock::now()).count();
+        ready = left > 0 ? poll(&entry, 1, static_cast<int>(left)) : 0;
+    } while (ready < 0 && errno == EINTR);
+    return ready > 0;
 }
 
 }  // namespace

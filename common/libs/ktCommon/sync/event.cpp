@@ -168,7 +168,7 @@ int initEvent(EVENT* ev, const char* name) {
 
 int _registerClockswithEvent(unsigned clockMask, EVENT* ev) {
     const int result = addConditions(clockMask, ev);
-    if (result != 0 && (_debugGetMode() & DEBUG_GENERAL) != 0) {
+    if (result != 0) {
         kt::reportFailedAssertion("0 == rc", __LINE__, "_registerClockswithEvent FAILED");
     }
     return result;

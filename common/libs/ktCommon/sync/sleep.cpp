@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <limits>
 
-#include "diag/debug.h"
 #include "internal/debug_assertion.h"
 #include "internal/mutex_lock.h"
 
@@ -107,7 +106,7 @@ void timeCalcAbs(struct timespec* deadline, const struct timeval* base, unsigned
 
 int GetMsDelay(clockid_t clockId, struct timespec* deadline, int milliseconds) {
     const int result = deadlineAfter(clockId, deadline, milliseconds);
-    if (result != 0 && (_debugGetMode() & DEBUG_GENERAL) != 0) {
+    if (result != 0) {
         kt::reportFailedAssertion("0 == rc", __LINE__, "GetMsDelay FAILED");
     }
     return result;

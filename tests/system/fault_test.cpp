@@ -1,0 +1,232 @@
+// What is left of a daemon that dies: the reports of a victim program, whose functions can be made to hang or
+// fault.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <string>
+
+namespace {
+
+using namespace std::string_literals;
+
+constexpr char kLog[] = "/var/lognv/kt/stacktrace";
+const std::string kBanner = "\n===== Signal FAULT ===== ";
+#if defined(__arm__)
+constexpr char kAborting[] = "";  // the C library's abort has no unwind tables there
+#else
+constexpr char kAborting[] = "( callAbort() + 0x";
+#endif
+
+enum Errors { kRead, kClosed, kFull, kFullNonBlocking };  // what becomes of standard error
+
+struct Case {
+    std::string fault;  // a function without arguments, or a symbol
+    std::string place;
+    std::string words;
+    std::string frame;
+    std::string caller = {};
+    bool isLogged = true;
+    int sig = SIGSEGV;
+    Errors errors = kRead;
+    bool isSent = false;
+};
+
+std::string symbol(const std::string& name) {
+    return name[0] == '_' ? name : "_Z" + std::to_string(name.size()) + name + 'v';
+}
+
+pid_t start(const Case& one, int errors, int marks) {
+    const std::string command = "exec " KT_RUN_PREFIX " " FAULT_VICTIM " " + symbol(one.fault) + ' ' +
+                                symbol(one.place) + " '" + one.words + '\'';
+    const pid_t pid = fork();
+    if (pid == 0) {
+        dup2(errors, STDERR_FILENO);
+        dup2(marks, 3);
+        execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+        _exit(127);
+    }
+    return pid;
+}
+
+std::string contentOf(int file) {
+    std::string text;
+    char bytes[4096];
+    for (ssize_t size; (size = read(file, bytes, sizeof bytes)) > 0;) {
+        text.append(bytes, static_cast<size_t>(size));
+    }
+    close(file);
+    return text;
+}
+
+// 8 threads leave 8 marks; the process ends with the pipe. Returns the exit status, -SIGKILL when it hangs.
+int await(pid_t pid, int marks, int sent) {
+    pollfd entry = {marks, POLLIN, 0};
+    char bytes[8];
+    int limit = 60000;
+    while (poll(&entry, 1, limit) == 1 && read(marks, bytes, sizeof bytes) > 0) {
+        limit = 3000;
+        kill(pid, sent);
+    }
+    kill(pid, entry.revents == 0 ? SIGKILL : 0);
+    int status;
+    waitpid(pid, &status, 0);
+    close(marks);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+void expectWhole(const Case& one, const std::string& report) {
+    const char* const reason = one.isSent           ? "(0) \"sent by kill, sigsend, raise\""
+                               : one.sig == SIGABRT ? "(-6) \"sent by tkill system call\""
+                                                    : "(";
+    const std::string signal = std::to_string(one.sig) + " (SIG" + sigabbrev_np(one.sig) + ") ";
+    const std::string parts[] = {kBanner,
+                                 " =====\n\nCaught signal " + signal,
+                                 "\nReason: "s + reason,
+                                 "\n\nSIGNAL CONTEXT:\n",
+                                 "\n\nFault frame:\n",
+                                 "\n\nStack backtrace:\nFrame: ",
+                                 one.frame,
+                                 one.caller,
+                                 '\n' + std::string(73, '=') + "\n\n"};
+    size_t end = 0;
+    for (const std::string& part : parts) {
+        const size_t at = report.find(part, end);
+        ASSERT_NE(at, std::string::npos) << part << " is missing in " << report;
+        end = at + part.size();
+    }
+    EXPECT_EQ(report.size(), end) << report;
+    EXPECT_EQ(report.find(kBanner), report.rfind(kBanner)) << report;
+}
+
+// One whole report, in the log and where it is read. Returns it.
+std::string expectReport(const Case& one) {
+    SCOPED_TRACE(one.fault + ' ' + one.place + ' ' + one.words + ", errors " + std::to_string(one.errors));
+    int marks[2];
+    int errors[2];
+    unlink(kLog);
+    EXPECT_TRUE(pipe2(marks, O_CLOEXEC) == 0 && pipe2(errors, O_CLOEXEC) == 0);
+    fcntl(errors[1], F_SETFL, O_NONBLOCK);
+    while (one.errors >= kFull && write(errors[1], kLog, sizeof kLog) > 0) {}
+    fcntl(errors[1], F_SETFL, one.errors == kFullNonBlocking ? O_NONBLOCK : 0);
+    close(one.errors == kClosed ? errors[0] : -1);
+    const pid_t pid = start(one, errors[1], marks[1]);
+    close(marks[1]);
+    close(errors[1]);
+    EXPECT_EQ(await(pid, marks[0], one.isSent ? one.sig : 0), one.sig);
+    const std::string read = contentOf(one.errors == kClosed ? -1 : errors[0]);
+    std::string logged = contentOf(open(kLog, O_RDONLY | O_CLOEXEC));
+    expectWhole(one, one.isLogged ? logged : read);
+    EXPECT_TRUE(!one.isLogged || one.errors != kRead || read == logged) << read;
+    return logged;
+}
+
+// Every fault in both places with every standard error; unless all, every second one in the storm.
+void expectTable(bool all) {
+    const Case faults[] = {
+        {"readNull", "inWorker", "", "( readNull() + 0x", "( inMain() + 0x"},
+        {"callAbort", "inWorker", "", kAborting, "", true, SIGABRT},
+        {"runIllegal", "inWorker", "", "( runIllegal() + 0x", "( inMain() + 0x", true, SIGILL},
+        {"readBehindFile", "inWorker", "", "( readBehindFile() + 0x", "( inMain() + 0x", true, SIGBUS},
+        {"divideByZero", "inWorker", "", "( divideByZero() + 0x", "( inMain() + 0x", true, SIGFPE},
+        {"overflow", "inPort", "", "( overflow() + 0x", "( overflow() + 0x"}};
+    for (const Case& fault : faults) {
+        for (int i = 0; i < 16; ++i) {
+            Case one = fault;
+            one.place = i / 2 % 2 == 0 ? "inMain" : fault.place;
+            one.words = i % 2 == 0 ? "" : "storm";
+            one.errors = static_cast<Errors>(i / 4);
+            if (all || i % 2 == (i / 2 + i / 4) % 2) {
+                expectReport(one);
+            }
+        }
+    }
+}
+
+void expectOneReportOfEight(int times) {
+    for (int i = 0; i < times; ++i) {
+        expectReport({"readNull", "inEight", "", "( readNull() + 0x"});
+    }
+}
+
+void expectReportsOfKills(int times) {
+    int raw = 0;
+    int descents = 0;
+    for (int i = 0; i < times; ++i) {
+        const int sig = i % 2 == 0 ? SIGSEGV : SIGABRT;
+        const std::string report =
+            expectReport({"allocate", "inMain", "storm", "", "", true, sig, kRead, true});
+        raw += report.find("( _Z") != std::string::npos;
+        descents += report.find("( main + ") != std::string::npos;
+    }
+    printf("%d reports, %d with raw names, %d with main\n", times, raw, descents);
+}
+
+TEST(Fault, IsReportedWhereverItHappens) {
+    expectTable(false);
+    expectOneReportOfEight(4);
+    expectReportsOfKills(10);
+}
+
+TEST(Fault, DISABLED_soak) {
+    expectTable(true);
+    expectOneReportOfEight(100);
+    expectReportsOfKills(200);
+}
+
+struct Name {
+    explicit Name(int numbers) {
+        for (int i = 0; i < numbers; ++i) {
+            symbol += "Li" + std::to_string(i) + 'E';
+            shown += ", " + std::to_string(i);
+        }
+        symbol += "EEEvv";
+        shown += "> >() + 0x";
+    }
+    std::string symbol = "_Z5namedISt16integer_sequenceIiJ";
+    std::string shown = "( void named<std::integer_sequence<int";
+};
+
+TEST(Fault, DescentIsNamed) {
+    for (const int numbers : {6, 20, 47, 153}) {
+        const Name name(numbers);
+        expectReport({name.symbol, "inMain", "", name.shown, "( main + 0x"});
+    }
+    expectReport({"askNull", "inMain", "", "( askNull() + 0x", "( main + 0x"});
+    expectReport({"callNull", "inMain", "", "( callNull() + 0x", "( main + 0x"});
+    expectReport({"callData", "inMain", "", "( callData() + 0x", "( main + 0x"});
+    expectReport({"smashStack", "inMain", "", "( readNull() + 0x"});
+}
+
+TEST(Fault, IsReportedThoughFunctionsHangOrFault) {
+    const auto [symbol, shown] = Name(6);
+    const std::string raw = "( " + symbol + " + 0x";
+    const std::string number = "] \nFrame:   1: [0x";  // of a frame that otherwise has a name
+    const std::string everything = "malloc realloc dladdr localtime_r __cxa_demangle logStackTrace exit";
+    const Case cases[] = {
+        {symbol, "inMain", "malloc realloc", raw},
+        {symbol, "inMain", "__cxa_demangle!", raw},
+        {symbol, "inMain", "dladdr", number},
+        {symbol, "inMain", "localtime_r", shown},
+        {symbol, "inMain", "exit", shown},
+        {symbol, "inMain", "exit!", shown},
+        {symbol, "inMain", "logStackTrace", shown, "", false},
+        {symbol, "inMain", "logStackTrace!", shown, "", false},
+        {symbol, "inMain", "logStackTrace*", shown, "", false},
+        {symbol, "inMain", "logStackTrace?", shown},
+        {"faultCancelled", "inWorker", "", "( faultCancelled() + 0x"},
+        {symbol, "inMain", everything, number, "", false},
+        {symbol, "inPort", everything, number, "", false},
+        {symbol, "inChild", "", shown},
+        {symbol, "besideAssertion", "logStackTrace", shown, "", false},
+        {"failAssertion", "inMain", "logStackTrace!", "( failAssertion() + 0x", "", false},
+    };
+    for (const Case& one : cases) {
+        expectReport(one);
+    }
+}
+
+}  // namespace
