@@ -31,8 +31,8 @@ constexpr milliseconds kWaitForReporter{2900};
 constexpr size_t kLargeStackSize = 0x80000;
 constexpr size_t kSecondFaultStackSize = 0x4000;
 constexpr size_t kWatchdogStackSize = 0x2000;
-constexpr size_t kPageSize = 4096;
-alignas(kPageSize) char largeStack[kLargeStackSize];
+char*
+    largeStack;  // mapped, because its guard page would be in the way of whoever reads all of the library's data
 alignas(16) char secondFaultStack[kSecondFaultStackSize];
 alignas(16) char watchdogStack[kWatchdogStackSize];
 
@@ -151,7 +151,16 @@ void runOnLargeStack() {
 }  // namespace
 
 void prepare() {
-    mprotect(largeStack, kPageSize, PROT_NONE);
+    if (largeStack != nullptr) {
+        return;
+    }
+    const auto guard = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    void* mapping = mmap(nullptr, guard + kLargeStackSize, PROT_READ | PROT_WRITE,
+                         MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK, -1, 0);
+    if (mapping != MAP_FAILED) {
+        mprotect(mapping, guard, PROT_NONE);
+        largeStack = static_cast<char*>(mapping) + guard;
+    }
 }
 
 void begin(int sig) {
@@ -184,13 +193,13 @@ void giveWay() {
 }
 
 void onLargeStack(void (*call)(void*), void* argument) {
-    if (!isReporter() || getcontext(&largeContext) != 0) {
+    if (!isReporter() || largeStack == nullptr || getcontext(&largeContext) != 0) {
         call(argument);
         return;
     }
     callOnLargeStack = {call, argument};
     largeContext.uc_stack.ss_sp = largeStack;
-    largeContext.uc_stack.ss_size = sizeof largeStack;
+    largeContext.uc_stack.ss_size = kLargeStackSize;
     largeContext.uc_link = &entryContext;
     makecontext(&largeContext, runOnLargeStack, 0);
     swapcontext(&entryContext, &largeContext);

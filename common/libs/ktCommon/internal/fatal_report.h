@@ -19,8 +19,7 @@ namespace kt::fatal {
 
 using std::chrono::milliseconds;
 
-// What should not happen for the first time in a dying process: guards the large stack. Called once, before
-// handlers are installed.
+// Makes the large stack, which a dying process may not be able to.
 void prepare();
 
 // Makes the calling thread the reporter of this end. Does not return to
@@ -35,7 +34,7 @@ bool isReporter();
 void giveWay();
 
 // Runs `call` on a large stack of the process's own; faults there are handled on another one. On the caller's
-// stack unless the caller is the reporter.
+// stack without a large one, and unless the caller is the reporter.
 void onLargeStack(void (*call)(void*), void* argument);
 
 // What the process has until its end.
