@@ -3,12 +3,9 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
-#include <spawn.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <functional>
 #include <iterator>
@@ -18,80 +15,47 @@
 #include <utility>
 #include <vector>
 
+#include "support/forked_child.h"
+
 namespace {
 
 using namespace std::string_literals;
 using Words = std::vector<std::string>;
 
 bool sendAll(int connection, const std::string& text) {
-    std::size_t sent = 0;
-    while (sent < text.size()) {
-        const ssize_t part = send(connection, text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
-        if (part <= 0) {
-            return false;
-        }
-        sent += static_cast<std::size_t>(part);
-    }
-    return true;
+    return send(connection, text.data(), text.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(text.size());
 }
 
-void waitForClientClose(int connection) {
-    char ignored;
-    while (recv(connection, &ignored, 1, 0) > 0) {}
-}
-
-void resetOnClose(int connection) {
-    const linger immediate{1, 0};
-    setsockopt(connection, SOL_SOCKET, SO_LINGER, &immediate, sizeof immediate);
-}
-
-// A socket bound to a free port of the loopback address.
-class LoopbackPort {
-  public:
-    LoopbackPort() {
-        address_.sin_family = AF_INET;
-        address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address_;
-        EXPECT_EQ(bind(fd_, address(), size), 0);
-        EXPECT_EQ(getsockname(fd_, address(), &size), 0);
-    }
-    LoopbackPort(const LoopbackPort&) = delete;
-    LoopbackPort& operator=(const LoopbackPort&) = delete;
-    ~LoopbackPort() { close(fd_); }
-
-    int fd() const { return fd_; }
-    sockaddr* address() { return reinterpret_cast<sockaddr*>(&address_); }
-    std::string port() const { return std::to_string(ntohs(address_.sin_port)); }
-
-  private:
-    int fd_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address_{};
-};
-
-// Like a daemon: one receive per connection, then `answer`, then close.
+// Like a daemon: one receive per connection, then `answer`, then close. The kernel chooses its port.
 class Server {
   public:
     using Answer = std::function<void(int connection, const std::string& command)>;
 
     explicit Server(Answer answer) : answer_(std::move(answer)) {
-        listen(listener_.fd(), 5);
+        listen(listener_, 5);
         thread_ = std::thread([this] { serve(); });
     }
     ~Server() { stop(); }
 
     const Words& stop() {
         if (thread_.joinable()) {
-            shutdown(listener_.fd(), SHUT_RDWR);
+            shutdown(listener_, SHUT_RDWR);
             thread_.join();
+            close(listener_);
         }
         return received_;
     }
-    std::string port() const { return listener_.port(); }
+    std::string port() const {
+        sockaddr_in address = {};
+        socklen_t size = sizeof address;
+        EXPECT_EQ(getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size), 0);
+        return std::to_string(ntohs(address.sin_port));
+    }
 
   private:
     void serve() {
         int connection;
-        while ((connection = accept4(listener_.fd(), nullptr, nullptr, SOCK_CLOEXEC)) >= 0) {
+        while ((connection = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC)) >= 0) {
             char buffer[257];
             const ssize_t size = recv(connection, buffer, sizeof buffer, 0);
             received_.emplace_back(buffer, size > 0 ? static_cast<std::size_t>(size) : 0);
@@ -101,7 +65,7 @@ class Server {
     }
 
     Answer answer_;
-    LoopbackPort listener_;
+    const int listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     Words received_;
     std::thread thread_;
 };
@@ -117,11 +81,8 @@ struct Result {
 };
 
 std::string readAll(std::FILE* file) {
-    std::string text;
-    std::rewind(file);
-    for (int byte = std::fgetc(file); byte != EOF; byte = std::fgetc(file)) {
-        text += static_cast<char>(byte);
-    }
+    std::string text(static_cast<std::size_t>(lseek(fileno(file), 0, SEEK_END)), '\0');
+    EXPECT_EQ(pread(fileno(file), text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
     std::fclose(file);
     return text;
 }
@@ -135,23 +96,12 @@ int spawnAndWait(const Words& options, int input, int output, int errors) {
         arguments.push_back(word.data());
     }
     arguments.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
-    if (output >= 0) {
-        posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-    } else {
-        posix_spawn_file_actions_addclose(&actions, STDOUT_FILENO);
-    }
-    posix_spawn_file_actions_adddup2(&actions, errors, STDERR_FILENO);
-    pid_t child = -1;
-    const int fault = posix_spawnp(&child, arguments[0], &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    int status = 0;
-    if (fault != 0 || waitpid(child, &status, 0) != child || !WIFEXITED(status)) {
-        return -1;
-    }
-    return WEXITSTATUS(status);
+    return kt::test::inChild([&] {
+        dup2(input, STDIN_FILENO);
+        output < 0 ? close(STDOUT_FILENO) : dup2(output, STDOUT_FILENO);
+        dup2(errors, STDERR_FILENO);
+        return execvp(arguments[0], arguments.data());
+    });
 }
 
 Result run(const Words& options, const std::string& input = "") {
@@ -171,8 +121,7 @@ Result run(const Words& options, const std::string& input = "") {
 TEST(KtdbgReply, DecidesTheExitCodeAndIsPrintedUpToItsNul) {
     const std::string longest(256, 'c');
     const struct {
-        std::string command;
-        std::string reply;
+        std::string command, reply;
         int exitCode;
     } cases[] = {
         {"et", "Process has been running for 3s\n\0"s, 0},
@@ -203,7 +152,8 @@ TEST(KtdbgReply, MissingIsSuccessOnlyForExit) {
     for (const bool reset : {false, true}) {
         Server server([reset](int connection, const std::string&) {
             if (reset) {
-                resetOnClose(connection);
+                const linger immediate{1, 0};
+                setsockopt(connection, SOL_SOCKET, SO_LINGER, &immediate, sizeof immediate);
             }
         });
         EXPECT_EQ(run({"-p", server.port(), "et"}).exitCode, 5) << reset;
@@ -216,9 +166,10 @@ TEST(KtdbgReply, MissingIsSuccessOnlyForExit) {
 TEST(KtdbgReply, TimeLimitHoldsForSilentAndForEndlessDaemons) {
     for (const bool endless : {false, true}) {
         Server server([endless](int connection, const std::string&) {
+            char text[99];
             sendAll(connection, "half");
             while (endless && sendAll(connection, std::string(65536, '\0'))) {}
-            waitForClientClose(connection);
+            while (recv(connection, text, sizeof text, 0) > 0) {}
         });
         const Result result = run({"-t", "0.3", "-p", server.port(), "exit"});
         EXPECT_EQ(result.exitCode, 4) << endless;
@@ -263,8 +214,6 @@ TEST(KtdbgOutput, WriteErrorsAreReported) {
     EXPECT_EQ(spawnAndWait({"--help"}, null, full, null), 6);
     // A closed standard output must not become the connection itself.
     EXPECT_EQ(spawnAndWait({"-p", server.port(), "et"}, null, -1, null), 6);
-    close(full);
-    close(null);
 }
 
 TEST(KtdbgUsage, HelpIsDataAndBadOptionsAreTalk) {
