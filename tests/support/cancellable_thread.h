@@ -1,4 +1,4 @@
-// A thread whose cancellation is under test.
+// Threads under test: their cancellation, and the wait for what they do.
 #ifndef KT_TESTS_SUPPORT_CANCELLABLE_THREAD_H
 #define KT_TESTS_SUPPORT_CANCELLABLE_THREAD_H
 
@@ -13,6 +13,14 @@ extern "C" __attribute__((visibility("default"), used)) inline const char* __asa
 }
 
 namespace kt::test {
+
+// For what another thread is about to do; a wait in vain ends by the run's limit.
+template <typename Condition>
+void until(Condition holds) {
+    while (!holds()) {
+        std::this_thread::yield();
+    }
+}
 
 class CancellableThread {
   public:

@@ -2,7 +2,7 @@
 
 #include <malloc.h>
 
-thread_local int t_heapGrants = INT_MAX;
+__thread int t_heapGrants = INT_MAX;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 const bool kHeapRefuses = false;
@@ -19,6 +19,7 @@ size_t latestSize(void*) {
 extern "C" void* __libc_realloc(void*, size_t);
 extern "C" void* realloc(void* block, size_t size) noexcept {
     t_latestSize = size;
+    errno = ENOMEM;  // as C allows even when the request is granted
     return t_heapGrants-- > 0 ? __libc_realloc(block, size) : nullptr;
 }
 extern "C" void* malloc(size_t size) noexcept {

@@ -9,8 +9,8 @@
 #include <climits>
 #include <string>
 
-extern thread_local int t_heapGrants;  // requests that still succeed
-extern const bool kHeapRefuses;        // whether they can fail at all
+extern __thread int t_heapGrants;  // requests that still succeed; UBSan stumbles over thread_local here
+extern const bool kHeapRefuses;    // whether they can fail at all
 
 // Of the block that was requested last, or (sanitizers) of this one.
 size_t latestSize(void* block);

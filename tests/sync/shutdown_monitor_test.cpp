@@ -1,5 +1,6 @@
 // Real semaphores; the unit has a /dev/shm of its own. A wait for something that never comes ends by the
 // run's limit.
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <ktcommon.h>
 #include <semaphore.h>
@@ -8,44 +9,54 @@
 
 #include <atomic>
 #include <csignal>
+#include <fstream>
 
+#include "support/cancellable_thread.h"
 #include "support/forked_child.h"
 #include "support/stdout_capture.h"
 
+static std::atomic<pthread_t> monitor;  // the thread that removed a name last
+static std::atomic<off_t> printedBeforeRemoval;
+
+KT_API int sem_unlink(const char* name) noexcept {
+    static const auto real = reinterpret_cast<decltype(&sem_unlink)>(dlsym(RTLD_NEXT, __func__));
+    monitor = pthread_self();
+    printedBeforeRemoval = lseek(STDOUT_FILENO, 0, SEEK_END);
+    return real(name);
+}
+
 namespace {
 
+using kt::test::until;
+
 const std::string kLongest(239, 'x');
-std::atomic<int> interruptions;
-std::atomic<int> requests;
-std::atomic<int> calls;
-
-// Far too many calls: for one that nobody asked for, and in a thread that could not report a stack overflow.
-void onShutdown() {
-    stack_t signalStack;
-    sigaltstack(nullptr, &signalStack);
-    calls += calls < requests && (signalStack.ss_flags & SS_DISABLE) == 0 ? 1 : 1000;
-}
-
-template <typename Condition>
-void until(Condition holds) {
-    while (!holds()) {
-        sched_yield();
-    }
-}
+std::atomic<int> interruptions, requests, calls;
+bool isLeft;  // the semaphore's file, in the latest call
 
 std::string pathOf(const std::string& moduleName) {
     return "/dev/shm/sem.ktCleanExit_" + moduleName;
 }
 
-pthread_t startMonitor(const std::string& moduleName) {
-    auto* context = static_cast<ShutdownMonitorContext*>(malloc(sizeof(ShutdownMonitorContext)));
-    *context = {"", onShutdown};
-    strlcpy(context->moduleName, moduleName.c_str(), sizeof context->moduleName);
-    pthread_t monitor;
-    pthread_create(&monitor, nullptr, _shutdownMonitorThread, context);
+bool isMapped() {
+    std::ifstream maps("/proc/self/maps");
+    return std::string(std::istreambuf_iterator<char>(maps), {}).find(pathOf("")) != std::string::npos;
+}
+
+// In a detached thread that could report a stack overflow, after the line and without the semaphore.
+void onShutdown() {
+    stack_t signalStack;
+    sigaltstack(nullptr, &signalStack);
+    EXPECT_EQ(signalStack.ss_flags & SS_DISABLE, 0);
+    EXPECT_EQ(pthread_detach(pthread_self()), EINVAL);
+    EXPECT_TRUE(printedBeforeRemoval == 0 && lseek(STDOUT_FILENO, 0, SEEK_END) > 0);
+    isLeft = access(pathOf(kLongest).c_str(), F_OK) == 0;
+    ++calls;
+}
+
+void startMonitor(const std::string& moduleName) {
+    EXPECT_EQ(initShutdownMonitor(moduleName.c_str(), onShutdown), 0);
     struct stat file = {};
     until([&] { return stat(pathOf(moduleName).c_str(), &file) == 0 && (file.st_mode & 0777) == 0666; });
-    return monitor;
 }
 
 TEST(ShutdownMonitor, OnlyARequestInItsNameEndsTheWait) {
@@ -60,24 +71,24 @@ TEST(ShutdownMonitor, OnlyARequestInItsNameEndsTheWait) {
         const std::string path = pathOf(kLongest);
         ASSERT_EQ(stays ? mount(path.c_str(), path.c_str(), nullptr, MS_BIND, nullptr) : 0, 0);
         const std::string printed = kt::test::printedBy([&] {
-            const pthread_t monitor = startMonitor(kLongest);
+            startMonitor(kLongest);
             SignalModuleShutdown(std::string(239, 'X').c_str());
             for (const int latest = interruptions + 200; interruptions < latest;) {
                 const int next = interruptions + 1;
                 pthread_kill(monitor, SIGUSR1);
                 until([next] { return interruptions == next; });
             }
+            EXPECT_EQ(calls, requests);
             ++requests;
             EXPECT_EQ(kt::test::inChild([] { return SignalModuleShutdown(kLongest.c_str()); }), 0);
-            pthread_join(monitor, nullptr);
+            until([] { return calls >= requests; });
+            EXPECT_EQ(SignalModuleShutdown(kLongest.c_str()), 0);
+            EXPECT_FALSE(isMapped());
         });
-        EXPECT_EQ(calls, requests);
         EXPECT_EQ(printed.substr(printed.find("): ")), "): " + kLongest + " ShutdownEvent received.\n");
-        EXPECT_EQ(access(path.c_str(), F_OK), stays ? 0 : -1);
+        EXPECT_EQ(isLeft, stays);
     }
 }
-
-constexpr char kNoSemaphore[] = "initShutdownMonitor, failed to acquire semaphore: /ktCleanExit_";
 
 TEST(ShutdownMonitor, ArgumentsAndNames) {
     const std::string printed = kt::test::printedBy([] {
@@ -86,16 +97,17 @@ TEST(ShutdownMonitor, ArgumentsAndNames) {
     });
     EXPECT_EQ(printed, "initShutdownMonitor: invalid param\ninitShutdownMonitor: invalid param\n");
     EXPECT_EQ(SignalModuleShutdown(nullptr), 22);
-    const pthread_t monitor = startMonitor("cancelled");
+    startMonitor("cancelled");
     pthread_cancel(monitor);
-    pthread_join(monitor, nullptr);
-    EXPECT_NE(access(pathOf("cancelled").c_str(), F_OK), 0);
+    until([] { return access(pathOf("cancelled").c_str(), F_OK) != 0; });
     for (const std::string& name : {kLongest + 'x', std::string(600, 'y')}) {
         const auto start = [&name] {
             initShutdownMonitor(name.c_str(), onShutdown);
             until([] { return lseek(STDOUT_FILENO, 0, SEEK_END) > 0; });
         };
-        EXPECT_EQ(kt::test::printedBy(start), kNoSemaphore + name.substr(0, 511) + "\n");
+        EXPECT_EQ(
+            kt::test::printedBy(start),
+            "initShutdownMonitor, failed to acquire semaphore: /ktCleanExit_" + name.substr(0, 511) + "\n");
     }
     EXPECT_EQ(calls, requests);
 }

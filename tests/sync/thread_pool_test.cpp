@@ -1,6 +1,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <ktcommon.h>
+#include <malloc.h>
 #include <semaphore.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -45,6 +46,7 @@ extern "C" KT_API int pthread_create(pthread_t* id, const pthread_attr_t* attrib
 namespace {
 
 using kt::test::printedBy;
+using kt::test::until;
 
 std::string text(pthread_t id) {
     char digits[32];
@@ -52,12 +54,13 @@ std::string text(pthread_t id) {
     return digits;
 }
 
-template <typename Condition>
-void waitFor(Condition condition) {
-    while (!condition()) {
-        sched_yield();
-    }
+// Bytes of the heap, and a page for each mapping; 0 under a sanitizer, which has memory of its own.
+size_t memoryInUse() {
+    std::ifstream maps("/proc/self/maps");
+    const auto mappings = std::count(std::istreambuf_iterator<char>(maps), {}, '\n');
+    return kHeapRefuses ? mallinfo2().uordblks + 4096 * static_cast<size_t>(mappings) : 0;
 }
+constexpr size_t kNoise = 250000;
 
 // A pool whose workers stay until one is told to end.
 struct Pool {
@@ -84,6 +87,17 @@ struct Pool {
         scanNow = scanDone = {};
         pool = tpCreate(count, work, this);
         return pool != nullptr;
+    }
+    // A record that tpCreate has not made.
+    void make() {
+        scanNow = scanDone = {};
+        pool = static_cast<THREAD_POOL*>(malloc(sizeof(THREAD_POOL)));
+        *pool = {0, 1, static_cast<pthread_t*>(calloc(1, sizeof(pthread_t))), work, this};
+        const auto waitToGo = [](void* self) { return sem_wait(&static_cast<Pool*>(self)->go), self; };
+        pthread_create(pool->threads, nullptr, waitToGo, this);
+        latest = pool->threads[0];
+        const auto watch = [](void* made) { return tpWatcher(static_cast<THREAD_POOL*>(made)); };
+        pthread_create(&pool->watcher, nullptr, watch, pool);
     }
     // The workers end after the pool. waiter: a thread in tpWait.
     void cancel(std::thread waiter = {}) {
@@ -117,10 +131,14 @@ TEST(ThreadPool, StartsNothingThatItCannotSupervise) {
         tpWatcherCleanup(nullptr);
     });
     EXPECT_EQ(printed, "tpWatcher: Starting\ntpWatcher: Canceling\n");
-    refusedCreations = 0b100;  // the watcher
-    EXPECT_FALSE(pool.create(2));
-    EXPECT_EQ(creations, before + 3);
+    const size_t usedBefore = memoryInUse();
+    for (int round = 0; round < 50; ++round) {
+        refusedCreations = 0b100;  // the watcher
+        EXPECT_FALSE(pool.create(2));
+    }
+    EXPECT_EQ(creations, before + 150);
     EXPECT_EQ(pool.started, 0);
+    EXPECT_LT(memoryInUse(), usedBefore + kNoise);
 }
 
 TEST(ThreadPool, ScansFillEmptySlots) {
@@ -138,10 +156,10 @@ TEST(ThreadPool, ScansFillEmptySlots) {
                    "\nCancelling " + watcher + "\ntpWatcher: Canceling\n";
         sem_post(&scanNow);
         sem_wait(&scanDone);
-        waitFor([&] { return pool.started == 2; });
+        until([&] { return pool.started == 2; });
         const off_t before = lseek(STDOUT_FILENO, 0, SEEK_CUR);
         std::thread waiter([&] { EXPECT_EQ(tpWait(pool.pool), 0); });
-        waitFor([before] { return lseek(STDOUT_FILENO, 0, SEEK_CUR) != before; });
+        until([before] { return lseek(STDOUT_FILENO, 0, SEEK_CUR) != before; });
         pool.cancel(std::move(waiter));
     });
     EXPECT_EQ(printed, expected);
@@ -155,21 +173,16 @@ TEST(ThreadPool, EarlyCancellationLosesNothing) {
     }
 }
 
-auto mappings() {
-    std::ifstream maps("/proc/self/maps");
-    return std::count(std::istreambuf_iterator<char>(maps), {}, '\n');
-}
-
 void restartWorkers(int rounds) {
     void (*const ends[])() = {[] {}, [] { pthread_exit(nullptr); },
                               [] { pthread_cancel(pthread_self()), pthread_testcancel(); }};
     const std::string scan = "tpWatcher: Watching 1 threads\n";
     Pool pool;
-    pool.create(1);
+    pool.make();
     sem_wait(&scanDone);
-    auto mapped = mappings();
-    for (int restart = 1; restart <= 6 * rounds; ++restart) {
-        waitFor([&] { return pool.started == restart; });
+    size_t usedAtFirst = 0;
+    for (int restart = 0; restart < 6 * rounds; ++restart) {
+        until([&] { return pool.started == restart; });
         const std::string line = "  >> *** tpWatcher: restarting " + text(pool.latest) + "\n";
         pool.end = ends[restart % 3];
         pool.detaches = restart % 2 == 1;
@@ -183,9 +196,9 @@ void restartWorkers(int rounds) {
         }
         ASSERT_EQ(printed, line) << restart;
         ASSERT_EQ(pool.pool->threads[0], pool.latest) << restart;
-        mapped = restart == 12 ? mappings() : mapped;
+        usedAtFirst = restart == 12 ? memoryInUse() : usedAtFirst;
     }
-    EXPECT_LT(kHeapRefuses ? mappings() : 0, mapped + 50);  // a sanitizer maps memory of its own
+    EXPECT_LT(memoryInUse(), usedAtFirst + kNoise);
     pool.cancel();
 }
 
@@ -213,6 +226,7 @@ TEST(ThreadPool, PriorityIsTheCallingThreadsOwn) {
             const std::string printed = printedBy(call);
             EXPECT_EQ(printed.empty() ? "" : printed.substr(printed.find("): ") + 3), line);
             EXPECT_EQ(getpriority(PRIO_PROCESS, 0), effective);
+            EXPECT_EQ(sched_getscheduler(0), result == 22 ? SCHED_OTHER : policy);
         }
     }).join();
     EXPECT_EQ(getpriority(PRIO_PROCESS, 0), own);
