@@ -117,6 +117,22 @@ TEST(BackTrace, CacheKeepsWhatFits) {
     EXPECT_TRUE(message == all && logged == Texts{all} && isFilledTo(0));
 }
 
+// A SIGPIPE of before the report is nobody else's to take back.
+TEST(BackTrace, ClosedReaderRaisesNoSignal) {
+    sigset_t set, found;
+    int ends[2];
+    ASSERT_EQ(pipe(ends) + close(ends[0]) + sigemptyset(&set) + sigaddset(&set, SIGPIPE), 0);
+    for (const int isPending : {0, 1}) {
+        LogCache("report %d", isPending);
+        withStdoutAt(ends[1], FlushCache, stderr);
+        EXPECT_EQ(logged.back(), FORMATTED("report %d", isPending));
+        EXPECT_EQ(sigpending(&found) + sigismember(&found, SIGPIPE), isPending);
+        pthread_sigmask(SIG_BLOCK, &set, &found);
+        EXPECT_EQ(sigismember(&found, SIGPIPE) + raise(SIGPIPE), isPending);
+    }
+    EXPECT_EQ(sigwaitinfo(&set, nullptr) + pthread_sigmask(SIG_UNBLOCK, &set, nullptr), SIGPIPE);
+}
+
 TEST(BackTrace, StackWords) {
     const auto expectLists = [](Word fp, Word sp, int last, int range) {
         const std::string text = writtenBy([&] {
