@@ -34,14 +34,14 @@ unsigned long makeUnwindable(sigcontext& context, bool pcIsCode) {
 void findSymbol(unsigned long address, Dl_info& info) {
     const auto ask = [&info](unsigned long place) {
         info = {};
-        dladdr(reinterpret_cast<void*>(place), &info);
+        dladdr(reinterpret_cast<void*>(place), &info);  // NOLINT(performance-no-int-to-ptr)
         return reinterpret_cast<unsigned long>(info.dli_saddr);
     };
     const unsigned long start = ask(address | 1);
     if ((start & 1) == 0) {
         ask(address);
     } else if ((address & 1) == 0) {
-        info.dli_saddr = reinterpret_cast<void*>(start - 1);
+        info.dli_saddr = reinterpret_cast<void*>(start - 1);  // NOLINT(performance-no-int-to-ptr)
     }
 }
 
