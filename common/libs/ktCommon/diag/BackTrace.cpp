@@ -131,21 +131,20 @@ struct Fault {
     int sig;
     siginfo_t info;
     sigcontext* registers;
-    char* errorText;
-    size_t errorTextSize;
     unsigned long** workingFp;
 };
 
 void logFault(const Fault& fault) {
     const kt::SignalText text = kt::signalText(fault.sig);
-    kt::putErrorText(fault.info.si_errno, fault.errorText, fault.errorTextSize);
+    char errorText[128];
+    kt::putErrorText(fault.info.si_errno, errorText, sizeof errorText);
     LogCache("\n===== Signal FAULT ===== %s ===== Signal FAULT =====\n\n", reportTime());
     LogCache(
         "Caught signal %d (%s) %s\n"
         "Error: (%d) \"%s\"\n"
         "Reason: (%d) \"%s\"\n"
         "Process: (%d) \"%s\"\n",
-        fault.sig, text.name, text.description, fault.info.si_errno, fault.errorText, fault.info.si_code,
+        fault.sig, text.name, text.description, fault.info.si_errno, errorText, fault.info.si_code,
         kt::signalReason(fault.sig, fault.info.si_code), g_proccessId, g_processName);
 
     const kt::FaultRegisters registers = kt::faultRegisters(*fault.registers);
@@ -240,7 +239,6 @@ void sigFatalHandler(int sig, siginfo_t* info, void* context) {
 
 __attribute__((noinline)) void SignalBackTrace(int sig, siginfo_t* info, ucontext_t* context) {
     Word* frames[kMaxFrames] = {};
-    char errorText[128] = {};
     const kt::Uncancelled uncancelled;
     const kt::ReportLock lock;
     kt::fatal::onLargeStack([] { FlushCache(); });
@@ -248,8 +246,7 @@ __attribute__((noinline)) void SignalBackTrace(int sig, siginfo_t* info, ucontex
         return;
     }
     auto* const registers = reinterpret_cast<sigcontext*>(&context->uc_mcontext);
-    Fault fault = {sig, {}, registers, errorText, sizeof errorText, nullptr};
-    fault.workingFp = static_cast<Word**>(__builtin_frame_address(0));
+    Fault fault = {sig, {}, registers, static_cast<Word**>(__builtin_frame_address(0))};
     if (info != nullptr) {
         fault.info = *info;
     }

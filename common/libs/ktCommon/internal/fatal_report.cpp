@@ -31,8 +31,8 @@ constexpr milliseconds kWaitForReporter{2900};
 constexpr size_t kLargeStackSize = 0x80000;
 constexpr size_t kSecondFaultStackSize = 0x4000;
 constexpr size_t kWatchdogStackSize = 0x2000;
-char*
-    largeStack;  // mapped, because its guard page would be in the way of whoever reads all of the library's data
+// Mapped: a guard page in the library's data would be in the way of a leak checker, which reads all of it.
+char* largeStack;
 alignas(16) char secondFaultStack[kSecondFaultStackSize];
 alignas(16) char watchdogStack[kWatchdogStackSize];
 
