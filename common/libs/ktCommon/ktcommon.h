@@ -13,6 +13,7 @@
 #include "sync/sleep.h"
 #include "sync/thread_pool.h"
 #include "sys/capture.h"
+#include "sys/shell.h"
 #include "text/append_buffer.h"
 #include "text/bounded.h"
 #include "text/convert.h"

@@ -1,0 +1,140 @@
+#include "sys/shell.h"
+
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+
+#include "diag/debug.h"
+#include "internal/error_text.h"
+#include "internal/heap_text.h"
+#include "internal/mutex_lock.h"
+#include "logging.h"
+#include "sockets.h"
+#include "text/convert.h"
+#include "text/growable.h"
+
+pthread_mutex_t mutexSystemEx = PTHREAD_MUTEX_INITIALIZER;
+pthread_mutex_t mutexTsSystemEx = PTHREAD_MUTEX_INITIALIZER;
+
+namespace {
+
+constexpr int kCommandDaemon = 365;
+constexpr int kNoResult = -1;
+constexpr size_t kReplySize = 80;
+constexpr size_t kErrorTextSize = 128;
+
+class Connection {
+  public:
+    Connection() : socket_(socketOpenWriter(kCommandDaemon, kCommandDaemon, 0)) {}
+    ~Connection() {
+        if (*this) {
+            socketCloseWriter(socket_);
+        }
+    }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    explicit operator bool() const { return socket_ >= 1; }
+    int get() const { return socket_; }
+
+  private:
+    int socket_;
+};
+
+// Only a signal or a full buffer makes it more than one call.
+bool sendWhole(int socket, const char* data, size_t size) {
+    while (size > 0) {
+        const ssize_t sent = send(socket, data, size, MSG_NOSIGNAL);
+        if (sent < 0 && errno != EINTR) {
+            return false;
+        }
+        const size_t taken = sent < 0 ? 0 : static_cast<size_t>(sent);
+        data += taken;
+        size -= taken;
+    }
+    return true;
+}
+
+int receiveResult(int socket) {
+    char reply[kReplySize + 1];
+    ssize_t received;
+    do {
+        received = recv(socket, reply, kReplySize, 0);
+    } while (received < 0 && errno == EINTR);
+    if (received <= 0) {
+        return kNoResult;
+    }
+    reply[received] = '\0';
+    return atoi_s(reply, -2);
+}
+
+int exchange(const Connection& service, const char* command) {
+    const bool isSent = command != nullptr && sendWhole(service.get(), command, strlen(command) + 1);
+    return isSent ? receiveResult(service.get()) : kNoResult;
+}
+
+int reportNoConnection(int error) {
+    const kt::ErrorText<kErrorTextSize> cause(error);
+    logError(kCommandDaemon, "Couldn't connect to host: %s", cause.get());
+    __debug(__LINE__, "tsSystemEx, can't connect to host: %s\n", cause.get());
+    return kNoResult;
+}
+
+const char* shown(const kt::HeapText& command) {
+    return command == nullptr ? "" : command.get();
+}
+
+KT_PRINTF(1, 0) int runHere(const char* format, va_list ap) {
+    const kt::MutexLock lock(mutexSystemEx);
+    const kt::HeapText command(formatVAString(format, ap));
+    // Without a command system would only tell whether there is a shell.
+    const int status = command == nullptr ? kNoResult : system(command.get());
+    const int result = status >> 8;
+    __debug(__LINE__, "systemEx: %d.%d.[%s]\n", status, result, shown(command));
+    return result;
+}
+
+KT_PRINTF(1, 0) int runByDaemon(const char* format, va_list ap) {
+    const kt::MutexLock lock(mutexTsSystemEx);
+    kt::HeapText command;
+    int result;
+    {
+        const Connection service;
+        if (!service) {
+            return reportNoConnection(errno);
+        }
+        command.reset(formatVAString(format, ap));
+        result = exchange(service, command.get());
+    }
+    __debug(__LINE__, "tsSystemEx: %d.[%s]\n", result, shown(command));
+    return result;
+}
+
+}  // namespace
+
+int systemEx(const char* format, ...) {
+    va_list ap;
+    va_start(ap, format);
+    const int result = runHere(format, ap);
+    va_end(ap);
+    return result;
+}
+
+int systemExec(const char* format, ...) {
+    va_list ap;
+    va_start(ap, format);
+    const int result = runHere(format, ap);
+    va_end(ap);
+    return result;
+}
+
+int tsSystemEx(const char* format, ...) {
+    va_list ap;
+    va_start(ap, format);
+    const int result = runByDaemon(format, ap);
+    va_end(ap);
+    return result;
+}
