@@ -18,6 +18,7 @@
 #include "text/bounded.h"
 #include "text/convert.h"
 #include "text/growable.h"
+#include "text/parsed_list.h"
 #include "time/timestamp.h"
 
 #endif
