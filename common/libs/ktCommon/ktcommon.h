@@ -7,6 +7,7 @@
 #include "diag/debug_server.h"
 #include "diag/split_timer.h"
 #include "frame/component_registry.h"
+#include "frame/mfg_config.h"
 #include "frame/process.h"
 #include "sync/event.h"
 #include "sync/shared_memory.h"

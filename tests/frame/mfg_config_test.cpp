@@ -1,0 +1,250 @@
+// Runs in the virtual unit: it reads and writes the unit's manufacturing file.
+#include <gtest/gtest.h>
+#include <ktcommon.h>
+#include <logging.h>
+#include <sys/stat.h>
+
+#include <climits>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "support/forked_child.h"
+#include "support/stdout_capture.h"
+
+// In place of the sibling's.
+static std::vector<std::pair<int, std::string>> logged;
+void logError(int code, const char* fmt, ...) {
+    char text[200];
+    va_list ap;
+    va_start(ap, fmt);
+    vsnprintf(text, sizeof text, fmt, ap);
+    va_end(ap);
+    logged.emplace_back(code, text);
+}
+
+// In place of the C library's generator.
+static time_t seed;
+static int drawn;
+KT_API void srand(unsigned newSeed) noexcept {
+    seed = newSeed;
+    drawn = 253;
+}
+KT_API int rand() noexcept {
+    return ++drawn;
+}
+
+namespace {
+
+using std::string;
+using namespace std::string_literals;
+namespace fs = std::filesystem;
+
+const string kDefaults =
+    "productID=5183746-02\ncustomerCode=\nmodelNumber=RB-K-518-T7\nserial=K4100027\nvendormodel=RB-K-518-T7\n"
+    "macAddress=02:02:02:FE:00:01\nmacRange=2\n\n";
+const char kFile[] = "/tmp/mfg.conf";
+
+// The seven fields, each up to its terminator and all behind it, which is to be zero.
+string fieldsOf(const MfgConfigSet& set) {
+    string fields;
+    for (const char* field : {set.productID, set.customerCode, set.modelNumber, set.serial, set.vendormodel,
+                              set.macAddress, set.macRange}) {
+        const string whole(field, MFG_FIELD_SIZE);
+        const string text(field, strnlen(field, MFG_FIELD_SIZE));
+        EXPECT_EQ(whole.find_first_not_of('\0', text.size()), string::npos) << text;
+        fields += text + "|";
+    }
+    return fields;
+}
+
+const string kNothing = "|||||||";
+
+struct MfgConfig : testing::Test {
+    MfgConfig() {
+        fs::remove_all(kFile);
+        logged.clear();
+        memset(&set, 'x', sizeof set);
+    }
+    ~MfgConfig() override {
+        gDebugMode = 0;
+        EXPECT_EQ(std::distance(fs::directory_iterator("/proc/self/fd"), {}), openAtFirst);
+    }
+    MfgConfigSet set;
+
+  private:
+    const long openAtFirst = std::distance(fs::directory_iterator("/proc/self/fd"), {});
+};
+
+void write(const string& text, const char* file = kFile) {
+    std::ofstream(file) << text;
+}
+
+string contents(const char* file = kFile) {
+    std::stringstream text;
+    text << std::ifstream(file).rdbuf();
+    return text.str();
+}
+
+// What the body writes as debug lines, without what is before the text of each.
+template <typename Body>
+string debugLines(Body body) {
+    gDebugMode = DEBUG_GENERAL;
+    std::stringstream printed(kt::test::printedBy(body));
+    gDebugMode = 0;
+    string texts;
+    for (string line; std::getline(printed, line); texts += line + "\n") {
+        const size_t stampEnd = line.find("): ");
+        line.erase(0, stampEnd == string::npos ? 0 : stampEnd + 3);
+    }
+    return texts;
+}
+
+TEST_F(MfgConfig, CreatesAMissingFileForThoseThatMay) {
+    EXPECT_EQ(Mfg_LoadMfgConfigSet(&set, kFile), -1);
+    EXPECT_EQ(fieldsOf(set), kNothing);
+    EXPECT_FALSE(fs::exists(kFile));
+    EXPECT_EQ(MfgConfExistanceCheck("/no/directory"), -1);
+
+    const time_t before = time(nullptr);
+    EXPECT_EQ(Mfg_DeserializeConfigSet(&set, kFile), 0);
+    EXPECT_TRUE(before <= seed && seed <= time(nullptr));
+    EXPECT_EQ(contents(), kDefaults);
+    EXPECT_EQ(fieldsOf(set), "5183746-02||RB-K-518-T7|K4100027|RB-K-518-T7|02:02:02:FE:00:01|2|");
+
+    write("serial=kept\n");
+    EXPECT_EQ(MfgConfExistanceCheck(kFile), 0);
+    EXPECT_EQ(contents(), "serial=kept\n");
+    EXPECT_EQ(Mfg_DeserializeConfigSet(nullptr, kFile) + Mfg_SerializeConfigSet(nullptr, kFile), -2);
+}
+
+TEST_F(MfgConfig, ReadsWhatIsThere) {
+    const string name(40, 'n');
+    const std::tuple<string, string, std::vector<string>> cases[] = {
+        {"macAddress=00:11:22:33:44:55", "|||||00:11:22:33:44:55|2|", {}},
+        {"SERIAL= a b \r\nmacrange=007\nserial=Z9\n", "|||Z9|||007|", {}},
+        {"vendormodel=" + name + "\nmodelNumber=" + name.substr(9) + "\n",
+         "||" + name.substr(9) + "||" + name.substr(9) + "||2|",
+         {}},
+        {"serialNumber=abc\nversion=3\nproductID=1\n", "1||||||2|", {"serialNumber=abc", "version=3"}},
+        {"serial\ncustomerCode=c\nproductID=p", "p||||||2|", {"serial\ncustomerCode=c"}},
+        {"serial=s\nproductID=p\0q\nmacRange=9\n"s, "p|||s|||2|", {}},
+        {"macRange=\ncustomerCode=%s%n", "|%s%n|||||2|", {}},
+        {"no pairs", "||||||2|", {}},
+        {"", "||||||2|", {}},
+    };
+    for (const auto& [text, fields, unknown] : cases) {
+        write(text);
+        logged.clear();
+        string expectedLines;
+        std::vector<std::pair<int, string>> expectedErrors;
+        for (const string& pair : unknown) {
+            expectedErrors.emplace_back(311, "Invalid MFG pair received: " + pair);
+            expectedLines += "AddMfgPair: " + expectedErrors.back().second + "\n";
+        }
+        EXPECT_EQ(debugLines([&] { Mfg_LoadMfgConfigSet(&set, kFile); }),
+                  "Mfg_LoadMfgConfigSet entry\n" + expectedLines);
+        EXPECT_EQ(fieldsOf(set), fields);
+        EXPECT_EQ(logged, expectedErrors);
+    }
+    EXPECT_EQ(AddMfgPair(nullptr, "serial", "v") + AddMfgPair(&set, nullptr, "v"), -2);
+    EXPECT_EQ(AddMfgPair(&set, "serial", nullptr), -1);
+    EXPECT_EQ(copyMfgElement(set.serial, name.c_str()), 40);
+}
+
+TEST_F(MfgConfig, WritesTerminatedFieldsAndTracesThem) {
+    string lines, dumped;
+    for (const char* key : {MFG_PRODID, MFG_CUSTOMER, MFG_MODELNUM, MFG_SERIALNUM, MFG_VENDORMODEL,
+                            MFG_MACADDRESS, MFG_MACRANGE}) {
+        lines += key + ("=" + string(31, 'x')) + "\n";  // of 32 without an end
+        dumped += "Mfg_DumpConfig: " + (key + ("=" + string(31, 'x'))) + "\n";
+    }
+    write(string(1000, '?'));
+    EXPECT_EQ(debugLines([&] { EXPECT_EQ(Mfg_SerializeConfigSet(&set, kFile), 0); }),
+              "Mfg_SerializeConfigSet entry\nMfg_SerializeConfigSet pre-write: \n" + lines +
+                  "\n\nMfg_SerializeConfigSet exit result 0\n");
+    EXPECT_EQ(contents(), lines + "\n");
+    EXPECT_EQ(debugLines([&] { EXPECT_EQ(Mfg_SerializeConfigSet(&set, "/no/directory"), -1); }),
+              "Mfg_SerializeConfigSet entry\nMfg_SerializeConfigSet exit result -1\n");
+    EXPECT_EQ(debugLines([&] { Mfg_DumpConfig(&set), Mfg_DumpConfig(nullptr); }),
+              "Mfg_DumpConfig entry\n" + dumped + "Mfg_DumpConfig:\nMfg_DumpConfig exit\n" +
+                  "Mfg_DumpConfig entry\nMfg_DumpConfig exit\n");
+    char* mac = nullptr;
+    EXPECT_EQ(Mfg_RetrieveMacRangeEx(&set) + Mfg_RetrieveRegisteredMacAddressEx(&set, 0, &mac), -1);
+
+    MfgConfigSet read;
+    EXPECT_EQ(Mfg_DeserializeConfigSet(&read, kFile), 0);
+    EXPECT_EQ(Mfg_SerializeConfigSet(&read, "/tmp/again") + Mfg_SerializeConfigSet(&read, "/dev/full"), 0);
+    EXPECT_EQ(contents("/tmp/again"), lines + "\n");
+}
+
+TEST_F(MfgConfig, DoesNotWaitForWhatIsNoFile) {
+    const auto isSafe = [&](int reading, int writing) {
+        EXPECT_EQ(kt::test::inChild([&] {
+                      const int expected = reading == 0 ? 2 : 0;
+                      return Mfg_DeserializeConfigSet(&set, kFile) == reading &&
+                             Mfg_RetrieveMacRangeEx(&set) == expected &&
+                             Mfg_SerializeConfigSet(&set, kFile) == writing;
+                  }),
+                  1);
+    };
+    fs::create_directory(kFile);
+    isSafe(0, -1);
+    fs::remove(kFile);
+    mkfifo(kFile, 0600);
+    isSafe(0, -1);
+    fs::remove(kFile);
+    fs::create_symlink(kFile, kFile);
+    isSafe(-1, -1);
+}
+
+TEST_F(MfgConfig, CountsAddressesFromTheBase) {
+    const std::tuple<const char*, const char*, int, const char*> cases[] = {
+        {"00:11:22:33:44:ff", "4", 0, "00:11:22:33:44:FF"},
+        {"00:11:22:33:44:FF", "4", 1, "00:11:22:33:45:00"},
+        {"00:11:22:33:44:FF", " +4x", 3, "00:11:22:33:45:02"},
+        {"00:11:22:33:44:FF", "4", 4, nullptr},
+        {"00:11:22:33:44:FF", "4", -1, nullptr},
+        {"ff:ff:ff:ff:ff:ff", "2", 1, "00:00:00:00:00:00"},
+        {"FE:FF:FF:FF:FF:FF", "2", 1, "FF:00:00:00:00:00"},
+        {"0:1:2:3:4:5 and more", "2147483648", INT_MAX - 1, "00:01:82:03:04:03"},
+        {"1:2:3:4:5:6:7:8", "1", 0, "01:02:03:04:05:06"},
+        {"00:11:22:33:44", "2", 0, nullptr},
+        {"00:11:22:33:44:", "2", 0, nullptr},
+        {"00-11-22-33-44-55", "2", 0, nullptr},
+        {"", "2", 0, nullptr},
+        {"00:11:22:33:44:55", "0", 0, nullptr},
+        {"00:11:22:33:44:55", "two", 0, nullptr},
+        {"00:11:22:33:44:55", "-1", -2, nullptr},
+    };
+    for (const auto& [base, range, index, address] : cases) {
+        copyMfgElement(set.macAddress, base);
+        copyMfgElement(set.macRange, range);
+        char untouched = '\0';
+        char* mac = &untouched;
+        EXPECT_EQ(Mfg_RetrieveRegisteredMacAddressEx(&set, index, &mac), address == nullptr ? -1 : 0);
+        EXPECT_STREQ(mac, address == nullptr ? "" : address);
+        if (mac != &untouched) {
+            free(mac);
+        }
+    }
+}
+
+TEST_F(MfgConfig, KnowsTheUnitsFile) {
+    char* mac = nullptr;
+    write("macAddress=2:0:0:0:0:FF\nmacRange=3\n", MFG_CONF_FILE);
+    EXPECT_EQ(Mfg_RetrieveMacRange(), 3);
+    EXPECT_EQ(Mfg_RetrieveRegisteredMacAddress(3, &mac), -1);
+    EXPECT_EQ(Mfg_RetrieveRegisteredMacAddress(2, &mac), 0);
+    EXPECT_STREQ(mac, "02:00:00:00:01:01");
+    free(mac);
+    fs::remove(MFG_CONF_FILE);
+    EXPECT_EQ(Mfg_RetrieveMacRange(), 2);
+    EXPECT_TRUE(fs::is_regular_file(MFG_CONF_FILE));
+    fs::remove(MFG_CONF_FILE);
+    fs::create_symlink(MFG_CONF_FILE, MFG_CONF_FILE);  // not to be opened
+    EXPECT_EQ(Mfg_RetrieveMacRange() + Mfg_RetrieveRegisteredMacAddress(0, &mac), -1);
+}
+
+}  // namespace
