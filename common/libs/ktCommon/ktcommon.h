@@ -17,6 +17,7 @@
 #include "sync/sleep.h"
 #include "sync/thread_pool.h"
 #include "sys/capture.h"
+#include "sys/files.h"
 #include "sys/shell.h"
 #include "text/append_buffer.h"
 #include "text/bounded.h"
