@@ -26,8 +26,12 @@ KT_SIBLINGS_API extern const char SQL_RBAC_DB_NAME[];
  *   row      name of the row, compared with its case; may be null.
  *   index    which of the rows of that name, from 0.
  *   value    receives the value, cut to fit and always terminated; an empty text when there is no such row.
- * May be null. size     bytes at value, terminator included. Result: 0     found. -1    no such row, or no
- * room to store a value. Thread safe. Reads a file; not a cancellation point; not for signal handlers.
+ *            May be null.
+ *   size     bytes at value, terminator included.
+ * Result:
+ *   0     found.
+ *   -1    no such row, or no room to store a value.
+ * Thread safe. Reads a file; not a cancellation point; not for signal handlers.
  */
 KT_SIBLINGS_API int dalGetConfigRowValue1(const char* row, int index, char* value, int size);
 

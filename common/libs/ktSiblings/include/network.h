@@ -36,8 +36,8 @@ KT_SIBLINGS_API int getVlanInterfaceName(int port, char* name, int size);
  * Result:
  *   0     read.
  *   -1    no such interface.
- * What the record holds is released with clearNWI. Thread safe. Reads files; not a cancellation point; not
- * for signal handlers.
+ * What the record holds is released with clearNWI.
+ * Thread safe. Reads files; not a cancellation point; not for signal handlers.
  */
 KT_SIBLINGS_API int networkGetInfo(NetworkInfo* record, const char* name);
 

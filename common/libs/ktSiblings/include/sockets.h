@@ -36,16 +36,18 @@ KT_SIBLINGS_API KT_SIBLINGS_MUST_USE int socketGetDebugPortByName(const char* na
  *   port    0 to 65535; 0 lets the kernel choose a free one.
  * Result:
  *   3 or more    the handle; the caller closes it with close, after shutdown if a thread waits in
- * simpleListener. -1           failure, errno tells why (EINVAL for a port out of range). Thread safe. Does
- * not block; safe in a signal handler.
+ *                simpleListener.
+ *   -1           failure, errno tells why (EINVAL for a port out of range).
+ * Thread safe. Does not block; safe in a signal handler.
  */
 KT_SIBLINGS_API KT_SIBLINGS_MUST_USE int simpleBind(int port);
 
 /*
  * Waits for the next client. Survives signals, clients that vanish while they connect, and passing shortages
- * of descriptors or memory: during a shortage it tries again every 100 ms. handle    from simpleBind. record
- * SOCKET_PEER_RECORD_SIZE bytes, of any alignment, that receive the client's address as a struct sockaddr,
- *             the bytes behind it untouched; may be null.
+ * of descriptors or memory: during a shortage it tries again every 100 ms.
+ *   handle    from simpleBind.
+ *   record    SOCKET_PEER_RECORD_SIZE bytes, of any alignment, that receive the client's address as a struct
+ *             sockaddr, the bytes behind it untouched; may be null.
  * Result:
  *   3 or more    the connected socket; the caller closes it with xmlClose.
  *   -1           the handle is closed, shut down or not a listening socket.

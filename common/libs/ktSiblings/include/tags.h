@@ -20,7 +20,8 @@ extern "C" {
  *   name      name of the tag, compared with its case; may be null.
  *   option    0; not used here.
  * Result: the value as a new text, released by the caller with free; null when the tag is unknown or memory
- * is short. Thread safe. Reads a file; not a cancellation point; not for signal handlers.
+ * is short.
+ * Thread safe. Reads a file; not a cancellation point; not for signal handlers.
  */
 KT_SIBLINGS_API KT_SIBLINGS_MALLOC char* getTagValueByName(void* a, void* b, const char* name, int option);
 
@@ -30,7 +31,8 @@ KT_SIBLINGS_API KT_SIBLINGS_MALLOC char* getTagValueByName(void* a, void* b, con
  *   id        id of the tag.
  *   option    0; not used here.
  * Result: the value as a new text, released by the caller with free; null when the tag is unknown or memory
- * is short. Thread safe. Reads a file; not a cancellation point; not for signal handlers.
+ * is short.
+ * Thread safe. Reads a file; not a cancellation point; not for signal handlers.
  */
 KT_SIBLINGS_API KT_SIBLINGS_MALLOC char* getTagValueByID(void* a, int id, void* b, int option);
 
