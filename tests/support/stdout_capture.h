@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <sstream>
 #include <string>
 
 namespace kt::test {
@@ -38,6 +39,16 @@ std::string printedBy(Body body, FILE* stream = stdout) {
     const ssize_t length = pread(file, text.data(), text.size(), 0);
     close(file);
     return length == static_cast<ssize_t>(text.size()) ? text : "what was printed could not be read back";
+}
+
+// Debug lines without the stamps and ids at their heads.
+inline std::string withoutHeads(const std::string& printed) {
+    std::istringstream lines(printed);
+    std::string texts;
+    for (std::string line; std::getline(lines, line);) {
+        texts.append(line, line.find("): ") + 3) += '\n';
+    }
+    return texts;
 }
 
 }  // namespace kt::test

@@ -12,6 +12,7 @@
 #include "frame/mfg_config.h"
 #include "frame/process.h"
 #include "sync/event.h"
+#include "sync/lock_file.h"
 #include "sync/semaphore.h"
 #include "sync/shared_memory.h"
 #include "sync/shutdown_monitor.h"
