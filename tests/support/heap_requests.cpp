@@ -25,4 +25,9 @@ extern "C" void* realloc(void* block, size_t size) noexcept {
 extern "C" void* malloc(size_t size) noexcept {
     return realloc(nullptr, size);
 }
+
+extern "C" void* __libc_calloc(size_t, size_t);
+extern "C" void* calloc(size_t count, size_t size) noexcept {
+    return t_heapGrants-- > 0 ? __libc_calloc(count, size) : nullptr;
+}
 #endif

@@ -1,6 +1,6 @@
 // What a test program asks of the C allocator: exact block sizes, and refusals on demand. heap_requests.cpp
-// defines malloc and realloc. A sanitizer brings its own allocator, which knows the sizes but cannot be told to
-// refuse.
+// defines malloc, realloc and calloc. A sanitizer brings its own allocator, which knows the sizes but cannot
+// be told to refuse.
 #ifndef KT_TESTS_SUPPORT_HEAP_REQUESTS_H
 #define KT_TESTS_SUPPORT_HEAP_REQUESTS_H
 
