@@ -1,4 +1,5 @@
-// Events against the same flag made of the standard library's mutex and condition variable.
+// Events against the same flag made of the standard library's mutex and condition variable; thread-unique data
+// and atomics against the C library and the compiler.
 #include <benchmark/benchmark.h>
 #include <ktcommon.h>
 #include <sched.h>
@@ -65,11 +66,35 @@ void askOurs(benchmark::State& state) {
     destroyEvent(&event);
 }
 
-void askMutex(benchmark::State& state) {
+void lockMutex(benchmark::State& state) {
     pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
     for (auto _ : state) {
         pthread_mutex_lock(&mutex);
         pthread_mutex_unlock(&mutex);
+    }
+}
+
+// One entry, the calling thread's. No daemon's start has been here to make the list's lock.
+void findThreadData(benchmark::State& state) {
+    initMutex(&gThreadDataLock, nullptr, "THREAD_DATA");
+    createThreadUniqueData(64);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(getThreadUniqueData());
+    }
+    deleteThreadUniqueData();
+    destroyMutex(&gThreadDataLock);
+}
+
+// Both are called for each addition, as a daemon does with a counter of its own behind a function.
+__attribute__((noinline)) int addByBuiltin(int* target, int delta) {
+    return __atomic_fetch_add(target, delta, __ATOMIC_SEQ_CST);
+}
+
+template <int (*add)(int*, int)>
+void addAtomically(benchmark::State& state) {
+    alignas(64) static int sum;  // nothing else of its cache line is written
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(add(&sum, 5));
     }
 }
 
@@ -124,7 +149,11 @@ void wakeUp(benchmark::State& state) {
 BENCHMARK(setAndReset<OurEvent>)->Name("set_reset/ours");
 BENCHMARK(setAndReset<BareEvent>)->Name("set_reset/std");
 BENCHMARK(askOurs)->Name("is_set/ours");
-BENCHMARK(askMutex)->Name("is_set/mutex");
+BENCHMARK(lockMutex)->Name("is_set/mutex");
+BENCHMARK(findThreadData)->Name("thread_data/ours");
+BENCHMARK(lockMutex)->Name("thread_data/mutex");
+BENCHMARK(addAtomically<atomic_add>)->Name("add/ours");
+BENCHMARK(addAtomically<addByBuiltin>)->Name("add/builtin");
 BENCHMARK(wakeUp<OurEvent>)->Name("wake_up/ours")->UseRealTime();
 BENCHMARK(wakeUp<BareEvent>)->Name("wake_up/std")->UseRealTime();
 
