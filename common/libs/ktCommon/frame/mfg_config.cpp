@@ -263,7 +263,7 @@ int AddMfgPair(MfgConfigSet* set, const char* key, const char* value) {
         }
     }
     __debug(__LINE__, "%s: Invalid MFG pair received: %s=%s\n", __func__, key, value);
-    logError(kt::kConfiguration, "Invalid MFG pair received: %s=%s", key, value);
+    logError(kt::component::kConfiguration, "Invalid MFG pair received: %s=%s", key, value);
     return 0;
 }
 

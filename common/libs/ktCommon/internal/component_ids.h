@@ -4,7 +4,7 @@
 
 #include "internal/private.h"
 
-namespace kt {
+namespace kt::component {
 
 constexpr int kTracer = 308;
 constexpr int kCommon = 310;  // the library's own entries in the logs
@@ -14,6 +14,6 @@ constexpr int kQilOwner = 337;
 constexpr int kCommands = 365;
 constexpr int kDebugServer = 400;
 
-}  // namespace kt
+}  // namespace kt::component
 
 #endif

@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "diag/debug.h"
+#include "internal/component_ids.h"
 #include "internal/descriptor.h"
 #include "internal/heap_text.h"
 #include "internal/report_writer.h"
@@ -27,7 +28,6 @@
 
 namespace {
 
-constexpr int kOwnComponent = 310;
 constexpr int kRefused = -1;
 constexpr int kNotOpened = -2;
 constexpr int kNoNeedle = -2;
@@ -164,7 +164,7 @@ bool edit(char* match, const char* text, unsigned mode, int direction, int lines
 }
 
 int reportNotOpened(const char* path) {
-    logError(kOwnComponent, "Couldn't open %s", path);
+    logError(kt::component::kCommon, "Couldn't open %s", path);
     return kNotEditable;
 }
 
@@ -315,7 +315,7 @@ int modifyTextFile(const char* path, const char* needle, const char* text, unsig
     }
     char* match = needle == nullptr ? nullptr : strstr(content.get(), needle);
     if (match == nullptr && needle != nullptr) {
-        logError(kOwnComponent, "Couldn't find [%s] in %s", needle, path);
+        logError(kt::component::kCommon, "Couldn't find [%s] in %s", needle, path);
         __debug(__LINE__, "Couldn't find [%s] in %s\n", needle, path);
         return kRefused;
     }

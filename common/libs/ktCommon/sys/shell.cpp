@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "diag/debug.h"
+#include "internal/component_ids.h"
 #include "internal/error_text.h"
 #include "internal/heap_text.h"
 #include "internal/mutex_lock.h"
@@ -21,14 +22,13 @@ pthread_mutex_t mutexTsSystemEx = PTHREAD_MUTEX_INITIALIZER;
 
 namespace {
 
-constexpr int kCommandDaemon = 365;
 constexpr int kNoResult = -1;
 constexpr size_t kReplySize = 80;
 constexpr size_t kErrorTextSize = 128;
 
 class Connection {
   public:
-    Connection() : socket_(socketOpenWriter(kCommandDaemon, kCommandDaemon, 0)) {}
+    Connection() : socket_(socketOpenWriter(kt::component::kCommands, kt::component::kCommands, 0)) {}
     ~Connection() {
         if (*this) {
             socketCloseWriter(socket_);
@@ -78,7 +78,7 @@ int exchange(const Connection& service, const char* command) {
 
 int reportNoConnection(int error) {
     const kt::ErrorText<kErrorTextSize> cause(error);
-    logError(kCommandDaemon, "Couldn't connect to host: %s", cause.get());
+    logError(kt::component::kCommands, "Couldn't connect to host: %s", cause.get());
     __debug(__LINE__, "tsSystemEx, can't connect to host: %s\n", cause.get());
     return kNoResult;
 }
