@@ -46,7 +46,8 @@ inline std::string withoutHeads(const std::string& printed) {
     std::istringstream lines(printed);
     std::string texts;
     for (std::string line; std::getline(lines, line);) {
-        texts.append(line, line.find("): ") + 3) += '\n';
+        const size_t head = line.find("): ");
+        texts.append(line, head == std::string::npos ? 0 : head + 3) += '\n';
     }
     return texts;
 }

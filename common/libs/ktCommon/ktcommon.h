@@ -11,6 +11,8 @@
 #include "frame/constants.h"
 #include "frame/mfg_config.h"
 #include "frame/process.h"
+#include "frame/product.h"
+#include "frame/reset.h"
 #include "sync/atomics.h"
 #include "sync/event.h"
 #include "sync/lock_file.h"

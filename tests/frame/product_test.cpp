@@ -1,0 +1,193 @@
+// Runs in a virtual unit that records its reboots. The record is filled once in a process, hence the children.
+#include <gtest/gtest.h>
+#include <ktcommon.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <ctime>
+#include <thread>
+
+#include "support/files.h"
+#include "support/forked_child.h"
+#include "support/stdout_capture.h"
+
+namespace {
+
+using namespace std::string_literals;
+using kt::test::contentsOf;
+using kt::test::setContents;
+using kt::test::takeJournal;
+
+constexpr char kMfgFile[] = "/usr/local/data/mfg.conf";
+const std::string kDefaults = contentsOf(kMfgFile);
+
+// A fresh process whose failures count here.
+template <typename Body>
+void inFreshProcess(Body body) {
+    const bool failedBefore = testing::Test::HasFailure();
+    const int result = kt::test::inChild([&] {
+        body();
+        return testing::Test::HasFailure() && !failedBefore ? 1 : 0;
+    });
+    EXPECT_EQ(result, 0);
+}
+
+template <typename Body>
+std::string printedBy(Body body) {
+    return kt::test::printedBy([&] {
+        body();
+        fflush(stdout);
+    });
+}
+
+std::string mfgFields(const ProductInfo& info) {
+    std::string fields;
+    for (const char* field : {info.productName, info.productId, info.modelNumber, info.serialNumber,
+                              info.customerCode, info.vendorModel, info.macAddress}) {
+        fields += std::string(field) + "|";
+    }
+    return fields;
+}
+
+TEST(Product, ManufacturingFieldsAreFoundFromTheLastLineUp) {
+    const std::string known = "|5183746-02|RB-K-518-T7|K4100027||RB-K-518-T7|02:02:02:4B:54:10|";
+    const std::string longest(29, 'x');
+    const std::pair<std::string, std::string> cases[] = {
+        {kDefaults, known},
+        {"  productName=\t Gate way \r\n" + kDefaults, "Gate way" + known},
+        {kDefaults + "productName=below\n", known},
+        {"macAddress=1\nserial=2\nvendormodel=3\n", "||||||1|"},
+        {"macAddress=1", "|||||||"},
+        {"xmodelNumber=c\nmyserial=a=b\nserialNumber=d\n", "||c|a=b||||"},
+        {"productID=" + longest + "yz\nserial=" + longest + "\n", "|" + longest + "||" + longest + "||||"},
+        {"productID=1\nserial=2\n" + std::string(1, '\0') + "macAddress=3\n", "|1||2||||"},
+        {"serial=1\n" + std::string(1013, '#') + "\nmacAddress=2\n", "|||1||||"},
+        {"", "|||||||"},
+    };
+    for (const auto& [file, fields] : cases) {
+        setContents(kMfgFile, file);
+        inFreshProcess([&, fields = fields] {
+            ProductInfo* info = nullptr;
+            EXPECT_EQ(getProductInfo(&info), 0);
+            EXPECT_EQ(mfgFields(*info), fields);
+        });
+    }
+    setContents(kMfgFile, kDefaults);
+}
+
+TEST(Product, IsReadOnceInAProcess) {
+    takeJournal();
+    inFreshProcess([] {
+        EXPECT_EQ(getProductInfo(nullptr), -1);
+        EXPECT_EQ(takeJournal() + g_ProductInfo.productClass, "");
+        char model[KT_PRODUCT_TEXT_SIZE];
+        EXPECT_EQ(whoAreWe(nullptr), 5);
+        EXPECT_EQ(takeJournal(), "rax -r -m\n");
+        rename(kMfgFile, "/usr/local/data/away");
+        EXPECT_EQ(whoAreWe(model), 5);
+        EXPECT_STREQ(model, "RB-K-518-T7");
+        ProductInfo* info = nullptr;
+        EXPECT_EQ(getProductInfo(&info), 0);
+        rename("/usr/local/data/away", kMfgFile);
+        EXPECT_EQ(takeJournal(), "");
+        EXPECT_EQ(info, &g_ProductInfo);
+        EXPECT_EQ(std::string(info->processor) + info->productClass + info->vendorId + info->databaseSchema,
+                  "ARMv7 Processor rev 10 (v7l)GatewayMarrowby12");
+        EXPECT_EQ(std::string(info->version), versionTag());
+        EXPECT_EQ(_getVersion(nullptr) + _getVendorID(nullptr), -2);
+        char processor[29];  // the line needs 30 bytes
+        EXPECT_EQ(_getProcessor(processor, sizeof processor) + strlen(processor), 0U);
+        EXPECT_EQ(_getProcessor(nullptr, 9), -2);
+    });
+}
+
+TEST(Product, WithoutTheManufacturingFileTheUnitReboots) {
+    rename(kMfgFile, "/usr/local/data/away");
+    takeJournal();
+    inFreshProcess([] {
+        ProductInfo* info = nullptr;
+        const std::string printed = printedBy([&] { EXPECT_EQ(getProductInfo(&info), 0); });
+        EXPECT_EQ(printed, "ktcommon - mfg.conf missing/damaged");
+        EXPECT_EQ(mfgFields(*info), "|||||||");
+        EXPECT_STREQ(info->databaseSchema, "12");
+    });
+    rename("/usr/local/data/away", kMfgFile);
+    EXPECT_EQ(takeJournal(), "rax -r -m\nshutdown now -r -F\n");
+    EXPECT_EQ(contentsOf("/var/lognv/kt/error").substr(20), "310 mfg.conf missing/damaged recreating\n");
+}
+
+TEST(Product, PrintsWhatItIs) {
+    EXPECT_EQ(printedBy(showProductInfo),
+              "Product Info\n  Product Class:      Gateway\n  Product Name:       \n"
+              "  Product ID:         5183746-02\n  Model Number:       RB-K-518-T7\n  Model Number Ord:   5\n"
+              "  Serial Number:      K4100027\n  Customer Code:      \n  Version:            " +
+                  std::string(versionTag()) +
+                  "\n  Vendor ID:          Marrowby\n\nMAC Info\n  MAC Address:        02:02:02:4B:54:10\n\n"
+                  "Version Info\n  Database Schema:    12\nFeatures\nSanity Check\n");
+    char version[50];
+    char built[50];
+    const std::string revision = printedBy([] { EXPECT_GT(showRevision(), 0); });
+    EXPECT_EQ(sscanf(revision.c_str(),
+                     "Project: Gateway\nVersion: %49s\nCompiled By: %*s\nOn: Linux %*[^\n]\nAt: %49[^\n]\n\n",
+                     version, built),
+              2);
+    EXPECT_STREQ(version, versionTag());
+    tm time = {};
+    const char* rest = strptime(built, "%a %b %e %H:%M:%S UTC %Y", &time);
+    EXPECT_TRUE(rest != nullptr && *rest == '\0') << built;
+    const std::string extended = printedBy([] { EXPECT_GT(showRevisionExtended(), 0); });
+    char expected[1000];
+    const std::string shell =
+        "echo 'Project:           Gateway / "s + version + " / " + built +
+        "'; busybox | sed 's/^/busybox:           /; q'; "
+        "for what in 'release:    -r' 'version:    -v' 'processor:  -p' 'OS:         -o'; do "
+        "echo \"kernel ${what%-*}$(uname -${what#*-})\"; done; uname --version | sed -n "
+        "'s/^Copyright/kernel copyright:  &/p; s/^License/kernel license:    &/p'";
+    systemBufferEcho(shell.c_str(), nullptr, expected, sizeof expected);
+    EXPECT_EQ(extended, expected);
+    char* partition = getCurrentBootPartition();
+    EXPECT_STREQ(partition, "rfs1\n");
+    free(partition);
+}
+
+TEST(Product, ProgramLinesFollowTheTarget) {
+    struct {
+        const char *target, *productClass;
+        int level;
+        bool isExpansion;
+        const char* printed;
+    } const cases[] = {
+        {"/dev/mtd7", "Gateway", 0, true, "Holding PROG_B\n"},
+        {"expansion", "gateWAY", 1, true, "Releasing PROG_B\n"},
+        {"/dev/mtd5", "Gateway", 3, true, "Releasing PROG_B\n"},
+        {"/dev/mtd3", "Bridge", 0, false, "Holding PROG_B\n"},
+        {nullptr, "Gateway", 2, false, "Releasing PROG_B\n"},
+    };
+    takeJournal();
+    std::vector<std::thread> runs;  // seconds each
+    for (const auto& run : cases) {
+        runs.emplace_back([&run] {
+            inFreshProcess([&run] {
+                ProductInfo* info = nullptr;
+                getProductInfo(&info);
+                strcpy(info->productClass, run.productClass);
+                // A file of its own for each run.
+                char* line = run.isExpansion ? FPGA_PROG_B_EXP : FPGA_PROG_B_MAIN;
+                snprintf(line, sizeof FPGA_PROG_B_EXP, "/tmp/line.%d", getpid());
+                const time_t start = time(nullptr);
+                EXPECT_EQ(printedBy([&run] { managePROG_B(run.target, run.level); }), run.printed);
+                EXPECT_GE(time(nullptr), start + 5);
+                EXPECT_EQ(contentsOf(line), std::to_string(run.level) + "\n");
+            });
+        });
+    }
+    for (std::thread& run : runs) {
+        run.join();
+    }
+    const std::string journal = takeJournal();
+    const size_t down = journal.find("ifconfig eth1 down\n");
+    EXPECT_NE(down, std::string::npos);
+    EXPECT_EQ(journal.find("ifconfig", down + 1), std::string::npos);
+}
+
+}  // namespace
