@@ -1,5 +1,11 @@
 #include <ktcommon.h>
-#include <unistd.h>
+#include <stdatomic.h>
+
+static atomic_int ending;
+
+static void end(void) {
+    ending = 1;
+}
 
 static int greet(char* args, char** reply) {
     sprintf_x(reply, "hello, %s\n", args == NULL ? "whoever you are" : args);
@@ -9,11 +15,12 @@ static int greet(char* args, char** reply) {
 static CmdEntry commands[] = {{"greet", greet}, {NULL, NULL}};
 
 int main(int argc, char** argv) {
-    InitSigHandlers();
-    _debugSetOptions(argc > 1 ? argv[1] : "", NULL);
-    pthread_create(&g_threadIdDebugListener, NULL, debugCommand_t, commands);
-    for (int round = 1;; ++round) {
+    _debugSetOptions(argc > 1 ? argv[1] : NULL, NULL);
+    libraryInit(commands);
+    initShutdownMonitor("hello_daemon", end);
+    for (int round = 1; !ending; ++round) {
         __debug(__LINE__, "round %d\n", round);
-        sleep(1);
+        sleep_s(1);
     }
+    return libraryDeinit();
 }

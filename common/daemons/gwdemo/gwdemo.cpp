@@ -1,11 +1,12 @@
-// A sample daemon: debug options from the command line, a debug command port with three commands of its own, fault
-// reports, and one debug line a second until it is asked to end.
+// A sample daemon: debug options from the command line, a debug command port with commands of its own, fault
+// reports, and one debug line a second until another process, `gwdemo stop`, asks it to end.
 #include <ktcommon.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <csignal>
+#include <cstdio>
+#include <cstring>
 
 // Shows what a daemon leaves behind when it dies. Only functions of external linkage have names in its report.
 int dieOfFault(char* /*args*/, char** /*reply*/) {
@@ -14,8 +15,15 @@ int dieOfFault(char* /*args*/, char** /*reply*/) {
 
 namespace {
 
+constexpr char kName[] = "gwdemo";
+constexpr int kRunsAlready = 3;
+
 std::atomic<bool> ending;
 std::atomic<int> ticks;
+
+void end() {
+    ending = true;
+}
 
 int showTicks(char* /*args*/, char** reply) {
     sprintf_x(reply, "%d ticks so far\n", ticks.load());
@@ -28,42 +36,50 @@ int resetTicks(char* /*args*/, char** /*reply*/) {
     return 5;
 }
 
+// Prepares a reset of the unit to factory defaults; with type 0 reboots it and does not return.
+int resetUnit(char* args, char** reply) {
+    const int type = atoi_s(args, -1);
+    sprintf_x(reply, "reset %d: %d\n", type, initiateSystemReset(type));
+    return 0;
+}
+
 int listCommands(char* /*args*/, char** reply) {
-    sprintf_x(reply, "gwdemo commands\n  ticks\n  reset\n  fault\n");
+    sprintf_x(reply, "gwdemo commands\n  ticks\n  reset\n  factory\n  fault\n");
     return 0;
 }
 
 CmdEntry commands[] = {
-    {"ticks", showTicks}, {"reset", resetTicks}, {"fault", dieOfFault},
-    {"?", listCommands},  {nullptr, nullptr},
+    {"ticks", showTicks},  {"reset", resetTicks}, {"factory", resetUnit},
+    {"fault", dieOfFault}, {"?", listCommands},   {nullptr, nullptr},
 };
 
-void stopDebugPort() {
-    __atomic_store_n(&g_cleanExitRequest, 1, __ATOMIC_SEQ_CST);
-    const int socket = __atomic_load_n(&g_hDebugServer, __ATOMIC_SEQ_CST);
-    if (socket != 0) {
-        shutdown(socket, SHUT_RDWR);  // wakes the port's thread, which closes it
+int run() {
+    if (g_threadIdDebugListener == 0) {
+        printf("%s runs already\n", kName);
+        return kRunsAlready;
     }
-    pthread_join(g_threadIdDebugListener, nullptr);
+    initShutdownMonitor(kName, end);
+    showProductInfo();
+    fflush(stdout);
+    while (!ending) {
+        __debug(__LINE__, "tick %d\n", ++ticks);
+        sleep_s(1);
+    }
+    return 0;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    signal(SIGTERM, [](int) { ending = true; });
-    signal(SIGINT, [](int) { ending = true; });
-    InitSigHandlers();
-    if (argc > 1) {
-        _debugSetOptions(argv[1], nullptr);
+    const char* argument = argc > 1 ? argv[1] : nullptr;
+    if (argument != nullptr && strcmp(argument, "stop") == 0) {
+        return SignalModuleShutdown(kName);
     }
-    if (pthread_create(&g_threadIdDebugListener, nullptr, debugCommand_t, commands) != 0) {
-        return 1;
-    }
-    while (!ending) {
-        __debug(__LINE__, "tick %d\n", ++ticks);
-        sleep(1);
-    }
-    stopDebugPort();
-    __debug(__LINE__, "gwdemo exit\n");
-    return 0;
+    signal(SIGTERM, [](int) { end(); });
+    signal(SIGINT, [](int) { end(); });
+    _debugSetOptions(argument, nullptr);
+    const int failure = libraryInit(commands);
+    const int status = failure != 0 ? failure : run();
+    libraryDeinit();
+    return status;
 }

@@ -9,6 +9,7 @@
 #include "diag/trace_files.h"
 #include "frame/component_registry.h"
 #include "frame/constants.h"
+#include "frame/library.h"
 #include "frame/mfg_config.h"
 #include "frame/process.h"
 #include "frame/product.h"

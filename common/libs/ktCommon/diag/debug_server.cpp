@@ -1,5 +1,6 @@
 #include "diag/debug_server.h"
 
+#include <semaphore.h>
 #include <strings.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -15,8 +16,10 @@
 
 #include "diag/debug.h"
 #include "frame/process.h"
+#include "internal/component_ids.h"
 #include "internal/descriptor.h"
 #include "internal/heap_text.h"
+#include "internal/server_end.h"
 #include "internal/signal_stack.h"
 #include "internal/timed_socket.h"
 #include "internal/uncancelled.h"
@@ -42,7 +45,6 @@ constexpr int kNoCommand = -102;
 constexpr int kNotDefined = -103;
 constexpr int kMissingArgument = -1;
 
-constexpr int kLogCode = 400;
 constexpr size_t kProcessNameSize = 256;
 constexpr size_t kCommandSize = 256;
 constexpr size_t kCapturedOutputSize = 10240;
@@ -56,6 +58,33 @@ std::atomic<time_t> processStart;
 bool isTearingDown() {
     return __atomic_load_n(&g_cleanExitRequest, __ATOMIC_SEQ_CST) != 0;
 }
+
+// While it lives its thread is the server's.
+class ServerPresence {
+  public:
+    ServerPresence() { server_ = pthread_self(); }
+    ~ServerPresence() { sem_post(&left_); }
+    ServerPresence(const ServerPresence&) = delete;
+    ServerPresence& operator=(const ServerPresence&) = delete;
+
+    // Called where the process is about to end, by any thread.
+    static void endProcess() {
+        if (pthread_equal(server_, pthread_self()) != 0) {
+            endsProcess_ = true;
+            sem_post(&left_);
+        }
+    }
+
+    static bool awaitEnd() {
+        while (sem_wait(&left_) != 0) {}  // interrupted
+        return !endsProcess_;
+    }
+
+  private:
+    static inline std::atomic<pthread_t> server_;
+    static inline std::atomic<bool> endsProcess_;
+    static inline sem_t left_;  // all zero is a semaphore of this process, at 0
+};
 
 // The listening socket with what tells it from any other descriptor of the same number: the safety net for a
 // tear-down that closes it although it should not, and another thread that has got the number since.
@@ -174,7 +203,7 @@ void serveClients(Listener& listener, const CmdEntry* table) {
         return;
     }
     Listener::publish(0);
-    logError(kLogCode, "Cannot allocate socket': debugCmd: %d", client);
+    logError(kt::component::kDebugServer, "Cannot allocate socket': debugCmd: %d", client);
     __debug(__LINE__, "debugCmd: can't get socket: %d\n", client);
 }
 
@@ -188,8 +217,8 @@ void runServer(const CmdEntry* table) {
     }
     const int handle = simpleBind(port);
     if (handle < 0) {
-        logError(kLogCode, "debugCommand: Couldn't start listener for %s on port %d. '%s'", name, port,
-                 strerror(errno));
+        logError(kt::component::kDebugServer, "debugCommand: Couldn't start listener for %s on port %d. '%s'",
+                 name, port, strerror(errno));
         Listener::publish(0);
         return;
     }
@@ -208,6 +237,7 @@ const CmdEntry cmdTableCommon[8] = {
 void* debugCommand_t(void* commands) {
     const kt::Uncancelled uncancelled;
     const kt::SignalStack signalStack;
+    const ServerPresence presence;
     runServer(static_cast<const CmdEntry*>(commands));
     return nullptr;
 }
@@ -265,8 +295,13 @@ int _ccmd_setDebug(char* args, char** reply) {
     return 0;
 }
 
+bool kt::awaitServerEnd() {
+    return ServerPresence::awaitEnd();
+}
+
 int _ccmd_exit(char*, char**) {
     printf("\n*** Exiting by request\n\n");
+    ServerPresence::endProcess();
     exit(1);
 }
 
