@@ -7,9 +7,8 @@
 #include <climits>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
+#include "support/files.h"
 #include "support/forked_child.h"
 #include "support/stdout_capture.h"
 
@@ -40,6 +39,7 @@ namespace {
 using std::string;
 using namespace std::string_literals;
 namespace fs = std::filesystem;
+using kt::test::contentsOf;
 
 const string kDefaults =
     "productID=5183746-02\ncustomerCode=\nmodelNumber=RB-K-518-T7\nserial=K4100027\nvendormodel=RB-K-518-T7\n"
@@ -77,28 +77,16 @@ struct MfgConfig : testing::Test {
     const long openAtFirst = std::distance(fs::directory_iterator("/proc/self/fd"), {});
 };
 
-void write(const string& text, const char* file = kFile) {
-    std::ofstream(file) << text;
+void write(const string& text) {
+    kt::test::setContents(kFile, text);
 }
 
-string contents(const char* file = kFile) {
-    std::stringstream text;
-    text << std::ifstream(file).rdbuf();
-    return text.str();
-}
-
-// What the body writes as debug lines, without what is before the text of each.
 template <typename Body>
 string debugLines(Body body) {
     gDebugMode = DEBUG_GENERAL;
-    std::stringstream printed(kt::test::printedBy(body));
+    const string printed = kt::test::printedBy(body);
     gDebugMode = 0;
-    string texts;
-    for (string line; std::getline(printed, line); texts += line + "\n") {
-        const size_t stampEnd = line.find("): ");
-        line.erase(0, stampEnd == string::npos ? 0 : stampEnd + 3);
-    }
-    return texts;
+    return kt::test::withoutHeads(printed);
 }
 
 TEST_F(MfgConfig, CreatesAMissingFileForThoseThatMay) {
@@ -110,12 +98,15 @@ TEST_F(MfgConfig, CreatesAMissingFileForThoseThatMay) {
     const time_t before = time(nullptr);
     EXPECT_EQ(Mfg_DeserializeConfigSet(&set, kFile), 0);
     EXPECT_TRUE(before <= seed && seed <= time(nullptr));
-    EXPECT_EQ(contents(), kDefaults);
+    EXPECT_EQ(contentsOf(kFile), kDefaults);
     EXPECT_EQ(fieldsOf(set), "5183746-02||RB-K-518-T7|K4100027|RB-K-518-T7|02:02:02:FE:00:01|2|");
 
     write("serial=kept\n");
+    (void)!system("touch -d 2045-01-01 /tmp/mfg.conf");  // beyond the board's time_t
     EXPECT_EQ(MfgConfExistanceCheck(kFile), 0);
-    EXPECT_EQ(contents(), "serial=kept\n");
+    EXPECT_EQ(Mfg_LoadMfgConfigSet(&set, kFile), 0);
+    EXPECT_EQ(fieldsOf(set), "|||kept|||2|");
+    EXPECT_EQ(contentsOf(kFile), "serial=kept\n");
     EXPECT_EQ(Mfg_DeserializeConfigSet(nullptr, kFile) + Mfg_SerializeConfigSet(nullptr, kFile), -2);
 }
 
@@ -164,7 +155,7 @@ TEST_F(MfgConfig, WritesTerminatedFieldsAndTracesThem) {
     EXPECT_EQ(debugLines([&] { EXPECT_EQ(Mfg_SerializeConfigSet(&set, kFile), 0); }),
               "Mfg_SerializeConfigSet entry\nMfg_SerializeConfigSet pre-write: \n" + lines +
                   "\n\nMfg_SerializeConfigSet exit result 0\n");
-    EXPECT_EQ(contents(), lines + "\n");
+    EXPECT_EQ(contentsOf(kFile), lines + "\n");
     EXPECT_EQ(debugLines([&] { EXPECT_EQ(Mfg_SerializeConfigSet(&set, "/no/directory"), -1); }),
               "Mfg_SerializeConfigSet entry\nMfg_SerializeConfigSet exit result -1\n");
     EXPECT_EQ(debugLines([&] { Mfg_DumpConfig(&set), Mfg_DumpConfig(nullptr); }),
@@ -176,7 +167,7 @@ TEST_F(MfgConfig, WritesTerminatedFieldsAndTracesThem) {
     MfgConfigSet read;
     EXPECT_EQ(Mfg_DeserializeConfigSet(&read, kFile), 0);
     EXPECT_EQ(Mfg_SerializeConfigSet(&read, "/tmp/again") + Mfg_SerializeConfigSet(&read, "/dev/full"), 0);
-    EXPECT_EQ(contents("/tmp/again"), lines + "\n");
+    EXPECT_EQ(contentsOf("/tmp/again"), lines + "\n");
 }
 
 TEST_F(MfgConfig, DoesNotWaitForWhatIsNoFile) {
@@ -233,7 +224,7 @@ TEST_F(MfgConfig, CountsAddressesFromTheBase) {
 
 TEST_F(MfgConfig, KnowsTheUnitsFile) {
     char* mac = nullptr;
-    write("macAddress=2:0:0:0:0:FF\nmacRange=3\n", MFG_CONF_FILE);
+    kt::test::setContents(MFG_CONF_FILE, "macAddress=2:0:0:0:0:FF\nmacRange=3\n");
     EXPECT_EQ(Mfg_RetrieveMacRange(), 3);
     EXPECT_EQ(Mfg_RetrieveRegisteredMacAddress(3, &mac), -1);
     EXPECT_EQ(Mfg_RetrieveRegisteredMacAddress(2, &mac), 0);

@@ -1,11 +1,7 @@
 #include "frame/mfg_config.h"
 
-#include <fcntl.h>
 #include <strings.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -17,8 +13,9 @@
 
 #include "diag/debug.h"
 #include "internal/component_ids.h"
-#include "internal/descriptor.h"
 #include "internal/heap_text.h"
+#include "internal/uncancelled.h"
+#include "internal/whole_file.h"
 #include "logging.h"
 #include "text/bounded.h"
 #include "text/convert.h"
@@ -59,7 +56,6 @@ namespace {
 using FieldArray = char[MFG_FIELD_SIZE];
 
 constexpr char kSerializeName[] = "Mfg_SerializeConfigSet";
-constexpr mode_t kNewFileMode = 0666;
 constexpr unsigned kOctets = 6;
 
 struct Field {
@@ -106,50 +102,30 @@ kt::HeapText fileText(const MfgConfigSet& set) {
     return isWhole ? std::move(owned) : nullptr;
 }
 
-// Without blocking a FIFO that has no reader is an error and no wait. The text is made first, so that a
-// shortage does not cost the file.
+// The text is made first, so that a shortage does not cost the file. A thread that is cancelled in between
+// would leave an empty one, which nobody repairs.
 int writeRecord(const MfgConfigSet& set, const char* file) {
+    const kt::Uncancelled uncancelled;
     const kt::HeapText text = fileText(set);
     if (text == nullptr) {
         return -1;
     }
-    const kt::Descriptor output(
-        open(file, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, kNewFileMode));
+    kt::OutputFile output(file);
     if (!output) {
         return -1;
     }
     __debug(__LINE__, "%s pre-write: \n%s\n", kSerializeName, text.get());
-    kt::writeAll(output.get(), text.get(), strlen(text.get()));
+    output.replaceContents(text.get(), strlen(text.get()));
     return 0;
 }
 
-// False when there is less than that to read.
-bool readWhole(int fd, char* data, size_t size) {
-    while (size > 0) {
-        const ssize_t received = read(fd, data, size);
-        if (received < 0 && errno == EINTR) {
-            continue;
-        }
-        if (received <= 0) {
-            return false;
-        }
-        data += received;
-        size -= static_cast<size_t>(received);
-    }
-    return true;
-}
-
-// The file as it was at the first look, empty if it has become shorter since; opened without blocking, for it
-// may be a FIFO. Null when it cannot be opened or memory is short.
+// The file as it was at the first look, empty if it has become shorter since. Null when it cannot be opened or
+// memory is short.
 kt::HeapText contentsOf(const char* file) {
-    const kt::Descriptor input(open(file, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    struct stat status = {};
-    if (!input || fstat(input.get(), &status) != 0) {
-        return nullptr;
-    }
-    const size_t size = static_cast<size_t>(status.st_size);
-    kt::HeapText text(static_cast<char*>(calloc(size + 1, 1)));
-    if (text != nullptr && !readWhole(input.get(), text.get(), size)) {
+    kt::InputFile input(file);
+    size_t got = 0;
+    kt::HeapText text = input.contents(1, got);
+    if (text != nullptr && static_cast<int64_t>(got) < input.size()) {
         *text = '\0';
     }
     return text;
@@ -244,8 +220,8 @@ int Mfg_SerializeConfigSet(const MfgConfigSet* set, const char* file) {
 }
 
 int MfgConfExistanceCheck(const char* file) {
-    struct stat status = {};
-    if (stat(file, &status) == 0) {
+    int64_t size = 0;
+    if (kt::findFile(file, size)) {
         return 0;
     }
     const MfgConfigSet set = defaultRecord();

@@ -13,8 +13,8 @@
 // Every function may run in any thread. Those that take a path, or none, use the file without a lock: one
 // that is being written may read as empty or half. They block as long as that takes, but never wait for the
 // other end of a FIFO; what they open is close-on-exec. All but copyMfgElement and the two Ex functions are
-// cancellation points and leave neither descriptor nor memory behind when cancelled. errno is not kept. Not
-// for signal handlers.
+// cancellation points and leave neither descriptor nor memory behind when cancelled, nor a file without its
+// text. errno is not kept. Not for signal handlers.
 #ifndef KT_FRAME_MFG_CONFIG_H
 #define KT_FRAME_MFG_CONFIG_H
 

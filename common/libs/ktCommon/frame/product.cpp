@@ -1,6 +1,5 @@
 #include "frame/product.h"
 
-#include <fcntl.h>
 #include <strings.h>
 
 #include <algorithm>
@@ -14,10 +13,10 @@
 #include "frame/mfg_config.h"
 #include "internal/build_stamps.h"
 #include "internal/component_ids.h"
-#include "internal/descriptor.h"
 #include "internal/heap_text.h"
 #include "internal/reboot_unit.h"
 #include "internal/stdout_lock.h"
+#include "internal/whole_file.h"
 #include "logging.h"
 #include "sync/sleep.h"
 #include "sys/capture.h"
@@ -85,16 +84,11 @@ void store(char (&field)[Size], const char* value) {
 
 // False when it cannot be opened. `text` has its beginning, and zeros behind.
 bool readMfgText(char (&text)[kMfgTextSize]) {
-    const kt::Descriptor file(open(MFG_CONF_FILE, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    kt::InputFile file(MFG_CONF_FILE);
     if (!file) {
         return false;
     }
-    size_t length = 0;
-    ssize_t received;
-    while ((received = read(file.get(), text + length, kMfgTextSize - 1 - length)) > 0 ||
-           (received < 0 && errno == EINTR)) {
-        length += static_cast<size_t>(std::max<ssize_t>(received, 0));
-    }
+    file.read(text, kMfgTextSize - 1);
     return true;
 }
 

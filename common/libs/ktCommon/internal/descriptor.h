@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <utility>
 
 #include "internal/private.h"
 #include "internal/uncancelled.h"
@@ -31,6 +32,9 @@ class Descriptor {
 
     int get() const { return fd_; }
     explicit operator bool() const { return fd_ >= 0; }
+
+    // False when what was written is lost.
+    bool close() { return ::close(std::exchange(fd_, -1)) == 0; }
 
   private:
     int fd_;

@@ -1,13 +1,6 @@
-// Files beyond 2 GiB exist for the board, too.
-#define _FILE_OFFSET_BITS 64
-
 #include "sys/files.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <climits>
 #include <cstdarg>
 #include <cstdint>
@@ -17,10 +10,8 @@
 
 #include "diag/debug.h"
 #include "internal/component_ids.h"
-#include "internal/descriptor.h"
 #include "internal/heap_text.h"
-#include "internal/report_writer.h"
-#include "internal/uncancelled.h"
+#include "internal/whole_file.h"
 #include "logging.h"
 #include "sys/shell.h"
 #include "text/growable.h"
@@ -37,67 +28,17 @@ constexpr size_t kEditSpare = 2048;
 constexpr size_t kInvertedSpare = 10;
 constexpr size_t kBlockSize = 16384;  // a quarter of the smallest stack that threads are given
 
-// Waits for no FIFO's other end, and takes no terminal for the process's own.
-constexpr int kOpenSafely = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+using kt::InputFile;
+using kt::OutputFile;
 
-class InputFile {
-  public:
-    explicit InputFile(const char* path, int access = O_RDONLY)
-        : fd_(path == nullptr ? -1 : open(path, access | kOpenSafely)) {
-        struct stat state;
-        if (fd_ && fstat(fd_.get(), &state) == 0 && !S_ISDIR(state.st_mode)) {
-            size_ = state.st_size;
-        }
-    }
-
-    explicit operator bool() const { return size_ >= 0; }
-    int64_t size() const { return size_; }
-    bool isBroken() const { return isBroken_; }
-
-    void seek(int64_t offset) { lseek(fd_.get(), offset, SEEK_SET); }
-
-    // Returns less than `size` at the end of the file and on errors only. Never inlined: the compiler would
-    // see that an empty file's block is all zeros, and clear those of all files before they are read.
-    __attribute__((noinline)) size_t read(char* data, size_t size) {
-        size_t got = 0;
-        while (got < size) {
-            const ssize_t received = ::read(fd_.get(), data + got, size - got);
-            if (received < 0 && errno == EINTR) {
-                continue;
-            }
-            if (received <= 0) {
-                isBroken_ = received < 0;
-                break;
-            }
-            got += static_cast<size_t>(received);
-        }
-        return got;
-    }
-
-    // All of the file in a block of its size + spare bytes, zeros behind what was read. Null without memory.
-    kt::HeapText contents(size_t spare, size_t& got) {
-        if (size_ < 0 || size_ > INT_MAX - static_cast<int64_t>(spare)) {
-            return nullptr;
-        }
-        const auto size = static_cast<size_t>(size_);
-        kt::HeapText block(static_cast<char*>(malloc(size + spare)));
-        if (block != nullptr) {
-            got = read(block.get(), size);
-            memset(block.get() + got, 0, size + spare - got);
-        }
-        return block;
-    }
-
-  private:
-    kt::Descriptor fd_;
-    int64_t size_ = -1;
-    bool isBroken_ = false;
-};
+bool isFile(const InputFile& file) {
+    return file && !file.isDirectory();
+}
 
 char* wholeFile(const char* path, int* size) {
     InputFile file(path);
     size_t got = 0;
-    kt::HeapText block = file.contents(kContentSpare, got);
+    kt::HeapText block = isFile(file) ? file.contents(kContentSpare, got) : nullptr;
     if (size != nullptr) {
         *size = static_cast<int>(got);
     }
@@ -110,7 +51,8 @@ int firstBytes(const char* path, void* buffer, size_t capacity) {
     }
     memset(buffer, 0, capacity);
     InputFile file(path);
-    const size_t got = file ? file.read(static_cast<char*>(buffer), std::min(capacity, size_t{INT_MAX})) : 0;
+    const size_t got =
+        isFile(file) ? file.read(static_cast<char*>(buffer), std::min(capacity, size_t{INT_MAX})) : 0;
     return got > 0 ? static_cast<int>(got) : kRefused;
 }
 
@@ -119,18 +61,6 @@ void makeDirectoryOf(const char* path) {
     if (slash != nullptr && slash != path) {
         systemEx("/bin/mkdir -p %.*s", static_cast<int>(slash - path), path);
     }
-}
-
-int replaceContents(const char* path, const void* data, size_t size) {
-    const kt::Uncancelled uncancelled;  // a thread that is cancelled here would leave the file empty
-    const kt::BrokenPipeIgnored brokenPipeIgnored;
-    const int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC | kOpenSafely, 0666);
-    if (fd < 0) {
-        return kNotOpened;
-    }
-    const bool isWritten = kt::writeAll(fd, static_cast<const char*>(data), size);
-    const bool isClosed = close(fd) == 0;
-    return size > 0 && isWritten && isClosed ? 1 : 0;
 }
 
 // Replaces what stands from `from` to `to` in a buffer with room for both.
@@ -172,7 +102,7 @@ int reportNotOpened(const char* path) {
 kt::HeapText textToEdit(const char* path, size_t spare) {
     InputFile file(path, O_RDWR);
     size_t got = 0;
-    kt::HeapText content = file.contents(spare, got);
+    kt::HeapText content = isFile(file) ? file.contents(spare, got) : nullptr;
     return file.isBroken() ? nullptr : std::move(content);
 }
 
@@ -248,16 +178,14 @@ int fileExists(const char* format, ...) {
     va_start(ap, format);
     const kt::HeapText path(formatVAString(format, ap));
     va_end(ap);
-    struct stat state;
-    return path != nullptr && stat(path.get(), &state) == 0 ? 1 : 0;
+    int64_t size = 0;
+    return path != nullptr && kt::findFile(path.get(), size) ? 1 : 0;
 }
 
 int fileGetSize(const char* path) {
-    struct stat state;
-    if (path == nullptr || stat(path, &state) != 0) {
-        return 0;
-    }
-    return static_cast<int>(std::min(int64_t{state.st_size}, int64_t{INT_MAX}));
+    int64_t size = 0;
+    const bool isFound = path != nullptr && kt::findFile(path, size);
+    return isFound ? static_cast<int>(std::min(size, int64_t{INT_MAX})) : 0;
 }
 
 char* fileGetContents(const char* path, int* size) {
@@ -296,7 +224,11 @@ int filePutContentsBin(const char* path, const void* data, size_t size) {
         return kRefused;
     }
     makeDirectoryOf(path);
-    return replaceContents(path, data, size);
+    OutputFile file(path);
+    if (!file) {
+        return kNotOpened;
+    }
+    return file.replaceContents(data, size) && size > 0 ? 1 : 0;
 }
 
 int modifyTextFile(const char* path, const char* needle, const char* text, unsigned mode, int direction,
@@ -322,9 +254,11 @@ int modifyTextFile(const char* path, const char* needle, const char* text, unsig
     if (!edit(match, text, mode, direction, lines)) {
         return kRefused;
     }
-    if (replaceContents(path, content.get(), strlen(content.get())) == kNotOpened) {
+    OutputFile file(path);
+    if (!file) {
         return reportNotOpened(path);
     }
+    file.replaceContents(content.get(), strlen(content.get()));
     systemEx("/bin/sync > /dev/null");
     return 0;
 }
@@ -348,7 +282,7 @@ int invertFile(const char* path, unsigned maxBytes, char** result) {
         return kRefused;
     }
     InputFile file(path);
-    if (!file) {
+    if (!isFile(file)) {
         return kNotOpened;
     }
     const int64_t size = std::min(file.size(), int64_t{maxBytes});

@@ -6,16 +6,17 @@
 // path, which names no file. Sizes are bytes, of 32 bits.
 //
 // No function waits for a device or for the other end of a FIFO: what is not there counts as the end of the
-// file, and a FIFO that nobody reads cannot be opened for writing. A directory cannot be opened for reading,
-// either. Read errors count as the end of the file, except in modifyTextFile.
+// file, a FIFO that nobody reads cannot be opened for writing, and writing fails when its reader takes nothing
+// for a second. A directory cannot be opened for reading, either. Read errors count as the end of the file,
+// except in modifyTextFile. A format that the C library refuses gives an empty text.
 //
 // A file's size is what stat tells when it is opened: files of /proc are empty but for fileGetByteContents,
 // and of a file that grows meanwhile the rest is left out.
 //
 // New blocks come from the C allocator and are released by the caller with free(). Every function may run in
 // any thread, but nothing is locked: of two that write one file at the same time, either may win. All block
-// for as long as the file system does, and are cancellation points but invertStringBuffer; a cancelled one
-// leaves no memory or descriptor behind and no file half-written. errno is not kept. Not for signal handlers.
+// for as long as the file system does, and are cancellation points but fileExists, fileGetSize and
+// invertStringBuffer; a cancelled one leaves no memory or descriptor behind and no file half-written. errno is not kept. Not for signal handlers.
 #ifndef KT_SYS_FILES_H
 #define KT_SYS_FILES_H
 
@@ -39,7 +40,7 @@ KT_API int fileGetSize(const char* path);
 // Reads the whole file and stores the number of bytes read in *size (may be null), which is less than the
 // file's size when it shrinks meanwhile.
 // Returns a new block of the file's size + 4 bytes, zeros behind what was read, so that it ends as a string
-//     null  it cannot be opened, is 2 GiB or larger, or memory is short; *size is 0
+//     null  it cannot be opened, is larger than INT_MAX - 4 bytes, or memory is short; *size is 0
 KT_API char* fileGetContents(const char* path, int* size) KT_MALLOC KT_WARN_UNUSED;
 KT_API char* fileGetContentsEx(int* size, const char* format, ...) KT_PRINTF(2, 3) KT_MALLOC KT_WARN_UNUSED;
 
@@ -78,8 +79,8 @@ KT_API int filePutContentsBin(const char* path, const void* data, size_t size);
 //     -1     path or text is null; another mode; needle does not occur: "Couldn't find [%s] in %s" in the
 //            error log
 //     -2     needle is null with MODIFY_INSERT or MODIFY_REPLACE
-//     -3     the file cannot be opened for reading and writing, read, or opened again, or memory is short:
-//            "Couldn't open %s" in the error log
+//     -3     the file cannot be opened for reading and writing, read, or opened again, is too large to be one
+//            text with the new one (32 bits), or memory is short: "Couldn't open %s" in the error log
 KT_API int modifyTextFile(const char* path, const char* needle, const char* text, unsigned mode,
                           int direction, int lines);
 
