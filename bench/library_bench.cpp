@@ -71,7 +71,10 @@ double secondsToStart(const char* variable) {
 void start(benchmark::State& state, const char* variable, double apart) {
     char program[4096] = {};
     (void)!readlink("/proc/self/exe", program, sizeof program - 1);
-    (void)!symlink(program, kStarter);
+    if (getenv("KT_UNIT_JOURNAL") != nullptr) {
+        unlink(kStarter);
+        (void)!symlink(program, kStarter);
+    }
     for (auto _ : state) {
         const double seconds = secondsToStart(variable) - apart;
         if (seconds < 0) {

@@ -17,6 +17,9 @@ static CmdEntry commands[] = {{"greet", greet}, {NULL, NULL}};
 int main(int argc, char** argv) {
     _debugSetOptions(argc > 1 ? argv[1] : NULL, NULL);
     libraryInit(commands);
+    if (g_threadIdDebugListener == 0) {
+        return libraryDeinit(); /* another one runs */
+    }
     initShutdownMonitor("hello_daemon", end);
     for (int round = 1; !ending; ++round) {
         __debug(__LINE__, "round %d\n", round);

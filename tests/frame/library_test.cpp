@@ -1,31 +1,50 @@
 // Each case is a process of its own, with a debug port of its own in the unit.
 #include <arpa/inet.h>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <ktcommon.h>
 #include <messaging.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 
 #include <atomic>
 #include <fstream>
-#include <set>
 
 #include "support/cancellable_thread.h"
 #include "support/files.h"
 #include "support/forked_child.h"
 #include "support/stdout_capture.h"
 
-static std::atomic<int> drains;
+using kt::test::until;
+
+// As newer C libraries have it: of two threads that call exit the second one waits for ever.
+KT_API void exit(int status) noexcept {
+    static const auto real = reinterpret_cast<decltype(&exit)>(dlsym(RTLD_NEXT, __func__));
+    static pthread_mutex_t only = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+    pthread_mutex_lock(&only);
+    real(status);
+    abort();
+}
+
+// What the cases and their parent see of each other.
+struct Shared {
+    std::atomic<int> drainsBegun, drainsDone, handlers;
+};
+static Shared& shared = *static_cast<Shared*>(
+    mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+
+static void (*whileDraining)() = [] {};
 int _msgDrain(void) {
-    return ++drains;
+    ++shared.drainsBegun;
+    whileDraining();
+    return ++shared.drainsDone;
 }
 
 namespace {
 
 using kt::test::inChild;
-using kt::test::until;
 
 constexpr uint16_t kPort = 4390;
-std::atomic<bool> isServing;
 
 int openConnection() {
     const int client = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -37,30 +56,40 @@ int openConnection() {
     return -1;
 }
 
-void order(int client, const std::string& command) {
-    EXPECT_EQ(send(client, command.data(), command.size(), 0), static_cast<ssize_t>(command.size()));
-}
-
-int connectToPort() {
+std::string answerTo(const std::string& command, bool waits = true) {
     int client = -1;
     until([&client] { return (client = openConnection()) >= 0; });
-    return client;
+    EXPECT_EQ(send(client, command.data(), command.size(), 0), static_cast<ssize_t>(command.size()));
+    char reply[100] = {};
+    EXPECT_GE(waits ? recv(client, reply, sizeof reply - 1, MSG_WAITALL) : 0, 0);
+    return reply;
 }
 
-// An "exit" that comes to its end only once somebody else has begun to end the process.
-int exitDuringTearDown(char* args, char** reply) {
-    isServing = true;
+void untilTornDown() {
+    ++shared.handlers;
     until([] { return __atomic_load_n(&g_cleanExitRequest, __ATOMIC_SEQ_CST) != 0; });
-    return _ccmd_exit(args, reply);
 }
 
 int tearDown(char*, char**) {
     libraryDeinit();
-    isServing = true;
+    ++shared.handlers;
     return 0;
 }
+int tearDownLate(char* args, char** reply) {
+    untilTornDown();
+    return tearDown(args, reply);
+}
+int exitLate(char* args, char** reply) {
+    untilTornDown();
+    return _ccmd_exit(args, reply);
+}
 
-CmdEntry commands[] = {{"late", exitDuringTearDown}, {"down", tearDown}, {nullptr, nullptr}};
+CmdEntry commands[] = {
+    {"down", tearDown},
+    {"exit-late", exitLate},
+    {"down-late", tearDownLate},
+    {nullptr, nullptr},
+};
 
 void startDaemon() {
     setProcessName("library_case");
@@ -75,68 +104,65 @@ TEST(Library, ServesFromItsStartToItsEnd) {
         EXPECT_STREQ(g_processName, "library_case");
         EXPECT_STREQ(gThreadDataLock.name, "THREAD_DATA");
         EXPECT_STREQ(g_ProductInfo.productClass, "Gateway");
-        const int client = connectToPort();
-        order(client, "et");
-        char reply[100] = {};
-        EXPECT_GT(recv(client, reply, sizeof reply - 1, MSG_WAITALL), 0);
-        EXPECT_EQ(std::string(reply).substr(0, 28), "Process has been running for");
+        // A child has the exit handlers, but not the port.
+        EXPECT_EQ(inChild([] { return libraryDeinit(); }), 0);
+        EXPECT_EQ(answerTo("et").substr(0, 28), "Process has been running for");
         gDebugMode = DEBUG_GENERAL;
         for (const std::string last : {"library_case exit\n", ""}) {
             const std::string printed = kt::test::printedBy([] { EXPECT_EQ(libraryDeinit(), 0); });
-            EXPECT_EQ(printed.substr(printed.size() - last.size()), last);
-            EXPECT_EQ(printed.empty(), last.empty());
+            EXPECT_EQ(kt::test::withoutHeads(printed), last);
         }
-        EXPECT_EQ(g_cleanExitRequest * drains, 1);
+        EXPECT_EQ(pthread_mutex_lock(&gThreadDataLock.mutex), EINVAL);
+        EXPECT_EQ(g_cleanExitRequest, 1);
         EXPECT_EQ(openConnection(), -1);
         return testing::Test::HasFailure() ? 1 : 0;
     });
     EXPECT_EQ(result, 0);
 }
 
+// Wherever it is called from and whatever comes in between, the tear-down is done once, and to its end.
 TEST(Library, EndsFromAnyThreadAtAnyTime) {
     struct {
         const char* command;
-        bool waitsForPort;  // until its handler is at work
-        int mainStatus;     // 0: main waits
-        std::set<int> statuses;
+        bool waitsForHandler, exitsDuringDrain;
+        int status;  // that of main's exit is 7
     } const cases[] = {
-        {nullptr, false, 7, {7}},
-        {"exit", false, 0, {1}},
-        {"late", true, 7, {1, 7}},
-        {"down", true, 7, {7}},
+        {"et", false, false, 7},       {"exit", false, true, 1}, {"exit-late", true, false, 7},
+        {"down-late", true, false, 7}, {"down", true, false, 7},
     };
     for (const auto& run : cases) {
+        new (&shared) Shared();
         const int status = inChild([&run] {
             startDaemon();
             atexit([] { libraryDeinit(); });
-            if (run.command != nullptr) {
-                order(connectToPort(), run.command);
+            if (run.exitsDuringDrain) {
+                whileDraining = [] { until([] { return shared.handlers == 1; }); };
             }
-            until([&run] { return isServing || !run.waitsForPort; });
-            if (run.mainStatus != 0) {
-                exit(run.mainStatus);
-            }
-            for (;;) {
-                pause();
-            }
+            answerTo(run.command, false);
+            until([&run] {
+                return run.exitsDuringDrain ? shared.drainsBegun == 1
+                                            : shared.handlers == 1 || !run.waitsForHandler;
+            });
+            ++shared.handlers;
+            exit(7);
             return 0;
         });
-        EXPECT_EQ(run.statuses.count(status), 1U)
-            << (run.command ? run.command : "exit of main") << " " << status;
+        EXPECT_EQ(status, run.status) << run.command;
+        EXPECT_EQ(shared.drainsBegun * shared.drainsDone, 1) << run.command;
     }
 }
 
 TEST(Library, ASecondInstanceGetsNoPort) {
-    EXPECT_EQ(
-        inChild([] {
-            (void)!symlink("/bin/sleep", "/tmp/kt-twice");
-            (void)!system(
-                "/tmp/kt-twice 60 & /tmp/kt-twice 60 & until [ $(pidof kt-twice | wc -w) = 2 ]; do :; done");
-            setProcessName("kt-twice");
-            const int started = libraryInit(commands);
-            return started == 0 && g_threadIdDebugListener == 0 && libraryDeinit() == 0 ? 0 : 1;
-        }),
-        0);
+    EXPECT_EQ(inChild([] {
+                  (void)!symlink("/bin/sleep", "/tmp/kt-twice");
+                  (void)!system(
+                      "/tmp/kt-twice 60 & /tmp/kt-twice 60 & "
+                      "until [ $(pidof kt-twice | wc -w) = 2 ]; do :; done");
+                  setProcessName("kt-twice");
+                  const int started = libraryInit(commands);
+                  return started == 0 && g_threadIdDebugListener == 0 && libraryDeinit() == 0 ? 0 : 1;
+              }),
+              0);
 }
 
 }  // namespace

@@ -84,6 +84,13 @@ TEST(Shell, AnyReplies) {
         xmlClose(client);
         EXPECT_EQ(outcome.get(), Outcome(result, "tsSystemEx: " + std::to_string(result) + ".[1% %n]\n"));
     }
+    signal(SIGPIPE, SIG_DFL);
+    auto unread =
+        std::async(std::launch::async, [] { return tsSystemEx("%s", std::string(20000000, 'x').c_str()); });
+    const int hasty = simpleListener(listener, nullptr);
+    send(hasty, "9", 1, MSG_NOSIGNAL);
+    close(hasty);
+    EXPECT_EQ(unread.get(), 9);
     CancellableThread waiting([] { tsSystemEx("x"); });
     const int client = simpleListener(listener, nullptr);
     char byte[2];
@@ -100,10 +107,10 @@ TEST(Shell, CommandDaemon) {
     const pid_t daemon = fork();
     if (daemon == 0) {
         execl("/bin/sh", "sh", "-c", "exec " KT_RUN_PREFIX " " SHELLD_PATH, nullptr);
+        _exit(1);
     }
     int silent = -1;  // a client whose command the daemon waits for in vain
     until([&silent] { return (silent = socketOpenWriter(365, 365, 0)) >= 1; });
-    const std::string filler(140000, 'x');
     EXPECT_EQ(outcomeOf(tsSystemEx, "exit 3").first, 3);
     EXPECT_EQ(outcomeOf(tsSystemEx, "exit 5 #" + std::string(20000, 'x')).first, 5);
     EXPECT_EQ(outcomeOf(tsSystemEx, "exit 5 #" + std::string(140000, 'x')).first, -1);

@@ -16,9 +16,10 @@ int dieOfFault(char* /*args*/, char** /*reply*/) {
 namespace {
 
 constexpr char kName[] = "gwdemo";
+constexpr int kCannotStart = 2;
 constexpr int kRunsAlready = 3;
 
-std::atomic<bool> ending;
+std::atomic<bool> ending, rebooting;
 std::atomic<int> ticks;
 
 void end() {
@@ -36,10 +37,14 @@ int resetTicks(char* /*args*/, char** /*reply*/) {
     return 5;
 }
 
-// Prepares a reset of the unit to factory defaults; with type 0 reboots it and does not return.
+// Prepares a reset of the unit to factory defaults. A reboot is left to main, where nothing waits for it.
 int resetUnit(char* args, char** reply) {
     const int type = atoi_s(args, -1);
-    sprintf_x(reply, "reset %d: %d\n", type, initiateSystemReset(type));
+    if (type == RESET_REBOOT) {
+        rebooting = true;
+        end();
+    }
+    sprintf_x(reply, "reset %d: %d\n", type, rebooting ? 0 : initiateSystemReset(type));
     return 0;
 }
 
@@ -78,8 +83,10 @@ int main(int argc, char** argv) {
     signal(SIGTERM, [](int) { end(); });
     signal(SIGINT, [](int) { end(); });
     _debugSetOptions(argument, nullptr);
-    const int failure = libraryInit(commands);
-    const int status = failure != 0 ? failure : run();
+    const int status = libraryInit(commands) == 0 ? run() : kCannotStart;
     libraryDeinit();
+    if (rebooting) {
+        initiateSystemReset(RESET_REBOOT);
+    }
     return status;
 }

@@ -1,7 +1,7 @@
 // The command daemon, component 365: runs command lines for others, one at a time.
 //
 // A connection brings one command line with a terminating NUL, in any number of pieces, and is answered with
-// the command's exit code in decimal: 0 after death by a signal, -1 when there was no shell to run it. One
+// the command's exit code in decimal: 0 after death by a signal, 127 when there was no shell to run it. One
 // that brings none in time, or a longer one than a shell takes, is closed without an answer. SIGTERM ends the
 // daemon.
 #include <poll.h>
@@ -55,7 +55,7 @@ bool receiveCommand(int client, std::string& command) {
         const size_t length = strnlen(piece, static_cast<size_t>(got));
         command.append(piece, length);
         if (length < static_cast<size_t>(got)) {
-            return true;
+            return command.size() < kLongestCommand;
         }
     }
     return false;
@@ -79,6 +79,9 @@ int fail(const char* what) {
 
 int main() {
     // Whoever started it may have had them otherwise; without the latter no command has an exit code.
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
     signal(SIGTERM, SIG_DFL);
     signal(SIGCHLD, SIG_DFL);
     const int listener = simpleBind(socketGetDebugPortByName(kComponent));

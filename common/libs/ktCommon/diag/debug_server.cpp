@@ -19,6 +19,7 @@
 #include "internal/component_ids.h"
 #include "internal/descriptor.h"
 #include "internal/heap_text.h"
+#include "internal/mutex_lock.h"
 #include "internal/server_end.h"
 #include "internal/signal_stack.h"
 #include "internal/timed_socket.h"
@@ -63,27 +64,27 @@ bool isTearingDown() {
 class ServerPresence {
   public:
     ServerPresence() { server_ = pthread_self(); }
-    ~ServerPresence() { sem_post(&left_); }
+    ~ServerPresence() { sem_post(&gone_); }
     ServerPresence(const ServerPresence&) = delete;
     ServerPresence& operator=(const ServerPresence&) = delete;
 
-    // Called where the process is about to end, by any thread.
-    static void endProcess() {
-        if (pthread_equal(server_, pthread_self()) != 0) {
-            endsProcess_ = true;
-            sem_post(&left_);
-        }
+    static bool isHere() { return pthread_equal(server_, pthread_self()) != 0; }
+
+    static void leave() {
+        hasLeft_ = true;
+        pthread_detach(pthread_self());
+        sem_post(&gone_);
     }
 
     static bool awaitEnd() {
-        while (sem_wait(&left_) != 0) {}  // interrupted
-        return !endsProcess_;
+        while (sem_wait(&gone_) != 0) {}  // interrupted
+        return !hasLeft_;
     }
 
   private:
     static inline std::atomic<pthread_t> server_;
-    static inline std::atomic<bool> endsProcess_;
-    static inline sem_t left_;  // all zero is a semaphore of this process, at 0
+    static inline std::atomic<bool> hasLeft_;
+    static inline sem_t gone_;  // all zero is a semaphore of this process, at 0
 };
 
 // The listening socket with what tells it from any other descriptor of the same number: the safety net for a
@@ -93,14 +94,25 @@ class Listener {
     explicit Listener(int handle) : handle_(handle) {
         identified_ = fstat(handle_, &identity_) == 0;
         publish(handle_);
+        const kt::MutexLock lock(presentLock_);
+        present_ = this;
     }
     ~Listener() {
+        const kt::MutexLock lock(presentLock_);
+        present_ = nullptr;
         if (isOurs()) {
             kt::closeUncancelled(handle_);
         }
     }
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
+
+    static void shutDown() {
+        const kt::MutexLock lock(presentLock_);
+        if (present_ != nullptr && present_->isOurs()) {
+            shutdown(present_->handle_, SHUT_RDWR);
+        }
+    }
 
     static void publish(int handle) { __atomic_store_n(&g_hDebugServer, handle, __ATOMIC_SEQ_CST); }
 
@@ -114,6 +126,9 @@ class Listener {
         return !identified_ || (fstat(handle_, &now) == 0 && now.st_dev == identity_.st_dev &&
                                 now.st_ino == identity_.st_ino);
     }
+
+    static inline pthread_mutex_t presentLock_ = PTHREAD_MUTEX_INITIALIZER;
+    static inline Listener* present_;
 
     int handle_;
     bool identified_ = false;
@@ -295,13 +310,30 @@ int _ccmd_setDebug(char* args, char** reply) {
     return 0;
 }
 
+bool kt::isServerThread() {
+    return ServerPresence::isHere();
+}
+
+void kt::leaveServer() {
+    ServerPresence::leave();
+}
+
+void kt::shutDownServer() {
+    Listener::shutDown();
+}
+
 bool kt::awaitServerEnd() {
     return ServerPresence::awaitEnd();
 }
 
 int _ccmd_exit(char*, char**) {
     printf("\n*** Exiting by request\n\n");
-    ServerPresence::endProcess();
+    if (ServerPresence::isHere()) {
+        if (isTearingDown()) {
+            pthread_exit(nullptr);  // somebody is about it, and waits for this thread
+        }
+        ServerPresence::leave();
+    }
     exit(1);
 }
 

@@ -23,7 +23,8 @@ extern "C" {
 // args: the text behind the command's first blank, null when there is none; the handler may change it.
 // *reply: null; the handler may store a string there with sprintf_x, which the server frees.
 // Returns 0, -1 for a missing argument, or another status. Handlers run on the server's thread, one at a
-// time; the port is busy, and a tear-down waits, until they return.
+// time; the port is busy, and a tear-down waits, until they return. One that ends the process does so by
+// _ccmd_exit: a tear-down that another thread's exit has begun would wait for a plain exit for ever.
 typedef int (*CmdHandler)(char* args, char** reply);
 
 // An entry of a command table; an entry with a null command ends the table.
@@ -40,7 +41,8 @@ extern KT_API const CmdEntry cmdTableCommon[8];
 // close it: a number that is closed twice may be another thread's by then.
 extern KT_API int g_hDebugServer;
 
-// The server's thread, 0 when none was started; set by whoever starts it.
+// The server's thread, 0 when none was started; set by whoever starts it. libraryDeinit joins it: who joins
+// it himself sets this to 0.
 extern KT_API pthread_t g_threadIdDebugListener;
 
 // Not 0 once the process is being torn down: a failing wait for a client is then the order to end.

@@ -1,7 +1,6 @@
 #include "frame/library.h"
 
 #include <pthread.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -12,6 +11,7 @@
 #include "frame/process.h"
 #include "frame/product.h"
 #include "internal/server_end.h"
+#include "internal/uncancelled.h"
 #include "messaging.h"
 #include "sync/event.h"
 #include "sync/sleep.h"
@@ -19,6 +19,10 @@
 namespace {
 
 constexpr unsigned kPortPauseMicros = 300000;
+
+std::atomic<pid_t> startedBy;  // 0 before the start
+std::atomic<pthread_t> tornDownBy;
+bool isPortOurs;
 
 // The process's own name.
 struct OwnName {
@@ -29,7 +33,8 @@ struct OwnName {
 
 int startDebugPort(void* commands) {
     const int result = pthread_create(&g_threadIdDebugListener, nullptr, debugCommand_t, commands);
-    if (result != 0) {
+    isPortOurs = result == 0;
+    if (!isPortOurs) {
         g_threadIdDebugListener = 0;  // a failed creation may have written it
     }
     return result;
@@ -40,20 +45,35 @@ void stopDebugPort() {
     if (g_threadIdDebugListener == 0) {
         return;
     }
-    const int socket = __atomic_load_n(&g_hDebugServer, __ATOMIC_SEQ_CST);
-    if (socket != 0) {
-        shutdown(socket, SHUT_RDWR);
-    }
-    if (pthread_equal(g_threadIdDebugListener, pthread_self()) != 0) {
-        pthread_detach(g_threadIdDebugListener);
-    } else if (kt::awaitServerEnd()) {
+    kt::shutDownServer();
+    if (!isPortOurs || kt::awaitServerEnd()) {
         pthread_join(g_threadIdDebugListener, nullptr);
     }
+}
+
+void tearDown() {
+    const kt::Uncancelled uncancelled;
+    tornDownBy = pthread_self();
+    __atomic_store_n(&g_cleanExitRequest, 1, __ATOMIC_SEQ_CST);
+    stopDebugPort();
+    _msgDrain();
+    destroyMutex(&gThreadDataLock);
+    __debug(__LINE__, "%s exit\n", OwnName().text);
+}
+
+// A forked child has its parent's exit handlers, and the socket, but none of its threads.
+bool isForkedChild() {
+    return startedBy != 0 && startedBy != getpid();
+}
+
+bool isTearingDownHere() {
+    return tornDownBy != 0 && pthread_equal(tornDownBy, pthread_self()) != 0;
 }
 
 }  // namespace
 
 int libraryInit(void* commands) {
+    startedBy = getpid();
     ProductInfo* info;
     getProductInfo(&info);
     InitSigHandlers();
@@ -67,14 +87,13 @@ int libraryInit(void* commands) {
 }
 
 int libraryDeinit(void) {
-    static std::atomic<bool> isDown;
-    if (isDown.exchange(true)) {
+    static pthread_once_t once = PTHREAD_ONCE_INIT;
+    if (isForkedChild() || isTearingDownHere()) {
         return 0;
     }
-    __atomic_store_n(&g_cleanExitRequest, 1, __ATOMIC_SEQ_CST);
-    stopDebugPort();
-    _msgDrain();
-    destroyMutex(&gThreadDataLock);
-    __debug(__LINE__, "%s exit\n", OwnName().text);
+    if (kt::isServerThread()) {
+        kt::leaveServer();
+    }
+    pthread_once(&once, tearDown);
     return 0;
 }

@@ -119,8 +119,8 @@ int writeRecord(const MfgConfigSet& set, const char* file) {
     return 0;
 }
 
-// The file as it was at the first look, empty if it has become shorter since. Null when it cannot be opened or
-// memory is short.
+// The file as it was at the first look, empty if it has become shorter since. Null when it cannot be opened
+// or memory is short.
 kt::HeapText contentsOf(const char* file) {
     kt::InputFile input(file);
     size_t got = 0;

@@ -13,12 +13,12 @@
 #include "frame/mfg_config.h"
 #include "internal/build_stamps.h"
 #include "internal/component_ids.h"
+#include "internal/full_sleep.h"
 #include "internal/heap_text.h"
 #include "internal/reboot_unit.h"
 #include "internal/stdout_lock.h"
 #include "internal/whole_file.h"
 #include "logging.h"
-#include "sync/sleep.h"
 #include "sys/capture.h"
 #include "sys/shell.h"
 #include "text/bounded.h"
@@ -46,8 +46,8 @@ constexpr size_t kMfgTextSize = 1024;
 constexpr size_t kRevisionTextSize = 256;
 constexpr size_t kPartitionTextSize = 1024;
 constexpr size_t kLineCommandSize = 80;
-constexpr unsigned kInterfaceDownSeconds = 2;
-constexpr unsigned kLineSettlingSeconds = 5;
+constexpr std::chrono::seconds kInterfaceDownPause{2};
+constexpr std::chrono::seconds kLineSettlingPause{5};
 
 std::atomic<bool> isFilled;
 
@@ -113,6 +113,8 @@ void fillRecord(char* mfgText) {
     }
     info.modelNumberOrd = kModelNumberOrd;
     dalGetConfigRowValue1("databaseSchema", 0, info.databaseSchema, sizeof info.databaseSchema);
+    info.databaseSchema[sizeof info.databaseSchema - 1] =
+        '\0';  // whatever the library there makes of the size
 }
 
 const ProductInfo& filledRecord() {
@@ -126,15 +128,6 @@ const char* programLine(const char* target) {
         target != nullptr && (strstr(target, "/mtd5") != nullptr || strstr(target, "/mtd7") != nullptr ||
                               strstr(target, "exp") != nullptr);
     return isExpansion ? FPGA_PROG_B_EXP : FPGA_PROG_B_MAIN;
-}
-
-// A signal ends a single sleep.
-void sleepFully(unsigned seconds) {
-    using Clock = std::chrono::steady_clock;
-    const Clock::time_point end = Clock::now() + std::chrono::seconds(seconds);
-    for (auto left = end - Clock::now(); left > Clock::duration::zero(); left = end - Clock::now()) {
-        sleep_s(static_cast<unsigned>(std::chrono::ceil<std::chrono::seconds>(left).count()));
-    }
 }
 
 }  // namespace
@@ -220,13 +213,13 @@ char* getCurrentBootPartition(void) {
 int managePROG_B(const char* target, int level) {
     if (strcasecmp(filledRecord().productClass, PRODUCT_CLASS_GATEWAY) != 0) {
         systemEx("/sbin/ifconfig eth1 down");
-        sleepFully(kInterfaceDownSeconds);
+        kt::sleepFully(kInterfaceDownPause);
     }
     char command[kLineCommandSize];
     snprintf(command, sizeof command, "/bin/echo %d > %s", level, programLine(target));
     systemEx("%s", command);
     printf("%s PROG_B\n", level != 0 ? "Releasing" : "Holding");
-    sleepFully(kLineSettlingSeconds);
+    kt::sleepFully(kLineSettlingPause);
     return 0;
 }
 

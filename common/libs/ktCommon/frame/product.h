@@ -2,7 +2,8 @@
 // lines.
 //
 // The record is filled once in a process, by the first getProductInfo; library start-up sees to that before
-// there are threads. Nothing is locked: a thread that calls while another one makes the first call fills the
+// there are threads. showProductInfo, whoAreWe and managePROG_B call it first of all, with all that belongs
+// to its first call. Nothing is locked: a thread that calls while another one makes the first call fills the
 // record a second time. Afterwards every function may run in any thread and the record is only read; what
 // changes in its sources is seen by processes started later.
 //
@@ -63,13 +64,13 @@ extern KT_API char FPGA_PROG_B_EXP[28];
 // in the order macAddress, vendormodel, serial, modelNumber, customerCode, productID, productName, each
 // above the one before it. What a source does not tell stays empty. If the file cannot be opened, that goes
 // to the error log ("mfg.conf missing/damaged recreating", component 310), "ktcommon - mfg.conf
-// missing/damaged" to standard output, and the unit is rebooted (see reboot); until it goes down, the record
-// has what the other sources tell.
+// missing/damaged" to standard output, and THE UNIT IS REBOOTED (see reboot, which changes the working
+// directory, too); until it goes down, the record has what the other sources tell.
 // Returns 0, with *info the address of g_ProductInfo
 //     -1  info is null; nothing else happens
 KT_API int getProductInfo(ProductInfo** info);
 
-// Prints the record.
+// Prints the record, but for processor and vendor model.
 // Returns 0.
 KT_API int showProductInfo(void);
 
@@ -95,8 +96,10 @@ KT_API int showRevisionExtended(void);
 KT_API char* getCurrentBootPartition(void) KT_WARN_UNUSED;
 
 // Holds (level 0) or releases (level 1) the program line of an FPGA, by writing the level to the line's file,
-// and prints "Holding PROG_B\n" or "Releasing PROG_B\n". target: device path or name of the FPGA's image; the
-// expansion's line if it contains "/mtd5", "/mtd7" or "exp", else the main one's, also for null.
+// and prints "Holding PROG_B\n" or "Releasing PROG_B\n". On a unit whose product class is not "Gateway" (in
+// any case) it first takes the interface eth1 down and waits for 2 seconds. target: device path or name of
+// the FPGA's image; the expansion's line if it contains "/mtd5", "/mtd7" or "exp", else the main one's, also
+// for null.
 // Returns 0, whether or not the file could be written, after at least 5 seconds.
 KT_API int managePROG_B(const char* target, int level);
 

@@ -8,9 +8,9 @@
 // are.
 //
 // The functions keep no state and may run in any thread; they are meant for one caller at a time, although
-// two do the same twice. All run shell commands, by systemEx unless it says otherwise: they block as long as
-// those do, are cancellation points, leave no lock or memory behind when cancelled, and are not for signal
-// handlers. The request is recorded in the gateway's reboot log under component 310.
+// two do the same twice. All run shell commands: they block as long as those do, are cancellation points,
+// leave no lock or memory behind when cancelled, and are not for signal handlers. The request is recorded in
+// the gateway's reboot log under component 310.
 #ifndef KT_FRAME_RESET_H
 #define KT_FRAME_RESET_H
 
@@ -30,7 +30,7 @@ enum {
 extern KT_API const char NETPANEL_CONF_FILE[];
 
 // Records the request in the reboot log and carries it out. resetType:
-//     RESET_REBOOT               eject; does not return
+//     RESET_REBOOT               eject, with what is said there
 //     RESET_OUT_OF_BOX           prepForSystemResetToDefaults, then prepForNetworkResetToDefaults
 //     RESET_OUT_OF_BOX_NO_COMMS  prepForSystemResetToDefaults only: the network settings survive
 // Returns 0 once the files are prepared
@@ -39,7 +39,9 @@ KT_API int initiateSystemReset(int resetType);
 
 // Removes the retries, the backups (/usr/local/data/*.backup and *.BACKUP), both databases (SQL_MAIN_DB_NAME,
 // SQL_RBAC_DB_NAME), everything in LOG_PATH but its entry "reboot", and every file in TRACE_PATH; leaves an
-// empty directory /usr/local/data/retries. A database path of more than 242 characters is not removed.
+// empty directory /usr/local/data/retries. The retries, the backups and the final "/bin/sync" go past
+// systemEx, so they are not traced. What would delete something else is left out: a database path of more
+// than 242 characters, and an empty LOG_PATH or TRACE_PATH.
 // Returns 0.
 KT_API int prepForSystemResetToDefaults(void);
 
@@ -49,7 +51,8 @@ KT_API int prepForNetworkResetToDefaults(void);
 
 // Records the message (printf format fmt, not null, with its arguments) in the reboot log under `component`,
 // asks the maintenance daemon for a reboot ("/usr/local/bin/plimb reboot") and sleeps until it comes.
-// Does not return. A cancelled thread ends.
+// Does not return. A cancelled thread ends. Not for a debug command's handler: the port would not come to its
+// end any more, and the tear-down waits for it.
 KT_API void eject(int component, const char* fmt, ...) KT_PRINTF(2, 3) KT_NORETURN;
 
 // Changes the working directory to "/", runs "/bin/sync", then "/sbin/shutdown now -r -F", by system(3).
@@ -57,8 +60,9 @@ KT_API void eject(int component, const char* fmt, ...) KT_PRINTF(2, 3) KT_NORETU
 // Returns the wait status of the shutdown command, -1 when it could not be run.
 //
 // The name is also the C library's: int reboot(int) of <sys/reboot.h>. To have both headers in one source
-// include that one first; it then declares the name for this function, too, and an argument is ignored. In a
-// program of this library a call of either form comes here: the system call is syscall(SYS_reboot, ...).
+// include that one first; its declaration then serves for this function, too: call it as reboot(0), the
+// argument is ignored. In a program of this library every call of the name comes here, reboot(RB_AUTOBOOT)
+// among them: the system call is syscall(SYS_reboot, ...).
 #ifndef _SYS_REBOOT_H
 KT_API int reboot(void);
 #endif

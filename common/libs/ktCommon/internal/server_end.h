@@ -1,4 +1,4 @@
-// The end of the debug port's thread, for the one who tears the library down.
+// The end of the debug port, for the one who tears the library down.
 #ifndef KT_INTERNAL_SERVER_END_H
 #define KT_INTERNAL_SERVER_END_H
 
@@ -6,9 +6,18 @@
 
 namespace kt {
 
-// Waits until the thread is at its end. False if it never comes there because it ends the process, at a
-// client's request: it calls exit, where it may have to wait for the exit handlers that another thread runs,
-// the caller perhaps. For one caller.
+// Whether the calling thread is the port's.
+bool isServerThread();
+
+// Tells who waits in awaitServerEnd that this thread, the port's, will not come to its end: it tears down
+// itself, or ends the process, where it may have to wait for the exit handlers that another thread is
+// running.
+void leaveServer();
+
+// Shuts down the port's socket if there is one yet. It is never another one of the same number.
+void shutDownServer();
+
+// Waits until the port's thread is at its end. False if that has left instead, and is not to be joined.
 bool awaitServerEnd();
 
 }  // namespace kt

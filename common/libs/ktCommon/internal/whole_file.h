@@ -33,8 +33,8 @@ class InputFile {
     // Returns less than `size` at the end of the file and on errors only, which isBroken tells apart.
     size_t read(char* data, size_t size);
 
-    // All of the file in a block of its size + spare bytes, zeros behind the `got` bytes that were read. Null when
-    // it is not open, above INT_MAX - spare bytes, or memory is short.
+    // All of the file in a block of its size + spare bytes, zeros behind the `got` bytes that were read. Null
+    // when it is not open, above INT_MAX - spare bytes, or memory is short.
     HeapText contents(size_t spare, size_t& got);
 
   private:

@@ -3,12 +3,12 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <ctime>
+#include <chrono>
 
 #include "diag/debug.h"
 #include "internal/descriptor.h"
+#include "internal/full_sleep.h"
 #include "internal/uncancelled.h"
 #include "random.h"
 
@@ -23,19 +23,7 @@ constexpr int kLooksPerLine = 10;
 constexpr int kShortestPauseMs = 50;
 constexpr int kLongestPauseMs = 250;
 constexpr int kAdvisoryPauses = 20;
-
-// Takes the time in full whatever signals come.
-void sleepMs(int milliseconds) {
-    timespec deadline = {};
-    clock_gettime(CLOCK_MONOTONIC, &deadline);
-    deadline.tv_sec += milliseconds / 1000;
-    deadline.tv_nsec += milliseconds % 1000 * 1000000L;
-    if (deadline.tv_nsec >= 1000000000L) {
-        deadline.tv_nsec -= 1000000000L;
-        ++deadline.tv_sec;
-    }
-    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) == EINTR) {}
-}
+constexpr std::chrono::milliseconds kAdvisoryPause{1};
 
 // Holds the others out while it lives, unless somebody keeps it for long. Unlocked, not only closed: a child
 // that another thread forks meanwhile has the descriptor, too.
@@ -43,7 +31,7 @@ class AdvisoryLock {
   public:
     explicit AdvisoryLock(int file) : file_(file) {
         for (int pauses = kAdvisoryPauses; isHeldElsewhere() && pauses > 0; --pauses) {
-            sleepMs(1);
+            kt::sleepFully(kAdvisoryPause);
         }
     }
     ~AdvisoryLock() { flock(file_, LOCK_UN); }
@@ -128,7 +116,7 @@ bool replaceInTime(const char* path, int expected, unsigned char value, const ch
         return true;
     }
     for (int looks = 2; looks <= kRetries + 1; ++looks) {
-        sleepMs(std::max(getRandomInt(kShortestPauseMs, kLongestPauseMs), 0));
+        kt::sleepFully(std::chrono::milliseconds(getRandomInt(kShortestPauseMs, kLongestPauseMs)));
         if (replace(path, expected, value)) {
             return true;
         }

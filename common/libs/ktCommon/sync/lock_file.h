@@ -5,12 +5,12 @@
 // retries as if it had come, so the lock of a process that died is taken over.
 //
 // Of several callers that see a lock free one takes it: an advisory lock (flock) on the file, which lasts as
-// long as the test and the write, keeps the others out. Who holds that for longer, or a file system without
-// it, only brings back the chance that two take the lock at once.
+// long as the test and the write, keeps the others out. Who holds that for longer than 20 ms, or a file
+// system without it, only brings back the chance that two take the lock at once.
 //
-// What is no file to read or write changes nothing: what cannot be read counts as free (a FIFO and a
-// directory, too), and writing what cannot be written is left out. No path at all (null) is a lock that
-// everybody gets at once. Every function may run in any thread, not in signal handlers. errno is not kept.
+// What cannot be read counts as free (a FIFO and a directory, too), and writing what cannot be written is
+// left out; the reader of a FIFO gets the byte. No path at all (null) is a lock that everybody gets at once.
+// Every function may run in any thread, not in signal handlers. errno is not kept.
 #ifndef KT_SYNC_LOCK_FILE_H
 #define KT_SYNC_LOCK_FILE_H
 
@@ -26,13 +26,13 @@ extern KT_API const int MAX_LOCK_RETRIES;
 
 // Returns the file's first byte, 0 to 255
 //     1  also for what holds none or cannot be read; a missing file is made
-// Does not wait and is no cancellation point.
+// Waits for others that make the file, 20 ms at most; no cancellation point.
 KT_API int fileGetLockValue(const char* path);
 
 // Waits until the value is waitFor, then writes setTo. After the first look it sleeps 50 to 250 ms
 // (getRandomInt) before each further one; after 100 of them, 5 to 25 seconds in all, it writes setTo
-// regardless. tag, not null, names the caller in the debug lines: "%s: waiting: %d\n" with 10, 20 up to 100
-// before every tenth retry has passed, and "%s: taking lock\n" when it does not wait any longer.
+// regardless. tag, not null, names the caller in the debug lines: "%s: waiting: %d\n" with the number of
+// looks, 10, 20 up to 100, and "%s: taking lock\n" when it does not wait any longer.
 // Returns 0.
 // The sleeps take their full time whatever signals come. They and the debug lines are cancellation points; a
 // cancelled thread has not written and leaves no descriptor.

@@ -25,7 +25,8 @@ extern KT_API pthread_mutex_t* ssl_thread_locks;
 // Locking blocks while another thread holds the mutex.
 KT_API int openssl_thread_lock(int mode, int n);
 
-// For CRYPTO_set_id_callback. Does not block.
+// For CRYPTO_set_id_callback, by way of a function of its type, which returns an unsigned long. Does not
+// block.
 // Returns pthread_self of the calling thread, its lower 32 bits where it has more. It is no kernel thread id.
 KT_API uint32_t getThreadID(void);
 

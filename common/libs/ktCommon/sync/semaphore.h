@@ -26,11 +26,12 @@ extern KT_API const char LIVETAGMAPS_SEM[];
 // there is none. The file-creation mask of the whole process is 0 meanwhile, and restored in any case: files
 // that other threads make at that moment get the modes that they ask for, and a shell command that they start
 // then keeps the mask. Concurrent calls wait for each other, and fork waits for them.
-// Returns the semaphore, for sem_close; calls for the same name give the same one
+// Returns the semaphore; the same as before while nobody has removed it. Every call needs a sem_close.
 //     null  name is null
 // One that can neither be opened nor created ends the process with exit(0), after "Couldn't get semaphore %s.
 // Error %d/%s\n" with the name, errno and its text on standard output; the mask is restored before.
-// May run in any thread. Blocks only as long as other calls and that line do. Not for signal handlers.
+// May run in any thread. Blocks only as long as other calls and that line do; no cancellation point. Not for
+// signal handlers.
 KT_API sem_t* semGet(const char* name);
 
 #ifdef __cplusplus

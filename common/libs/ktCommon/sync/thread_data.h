@@ -2,7 +2,8 @@
 //
 // The list holds the blocks of all threads, each under its thread's kernel id, in the order of their
 // creation. Nothing removes those of a thread that ends, and a new thread that gets the same id finds them: a
-// thread deletes what it has created. A forked child has none of its own.
+// thread deletes what it has created. A forked child has none of its own; where other threads used the list
+// at the fork, its lock may stay taken there.
 //
 // The functions may run in any thread, not in signal handlers. Those with a lock hold gThreadDataLock, which
 // exists from the library's start to its tear-down, for all they do; they block only for that and are no

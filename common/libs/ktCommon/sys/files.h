@@ -6,9 +6,9 @@
 // path, which names no file. Sizes are bytes, of 32 bits.
 //
 // No function waits for a device or for the other end of a FIFO: what is not there counts as the end of the
-// file, a FIFO that nobody reads cannot be opened for writing, and writing fails when its reader takes nothing
-// for a second. A directory cannot be opened for reading, either. Read errors count as the end of the file,
-// except in modifyTextFile. A format that the C library refuses gives an empty text.
+// file, a FIFO that nobody reads cannot be opened for writing, and writing fails when its reader takes
+// nothing for a second. A directory cannot be opened for reading, either. Read errors count as the end of the
+// file, except in modifyTextFile. A format that the C library refuses gives an empty text.
 //
 // A file's size is what stat tells when it is opened: files of /proc are empty but for fileGetByteContents,
 // and of a file that grows meanwhile the rest is left out.
@@ -16,7 +16,8 @@
 // New blocks come from the C allocator and are released by the caller with free(). Every function may run in
 // any thread, but nothing is locked: of two that write one file at the same time, either may win. All block
 // for as long as the file system does, and are cancellation points but fileExists, fileGetSize and
-// invertStringBuffer; a cancelled one leaves no memory or descriptor behind and no file half-written. errno is not kept. Not for signal handlers.
+// invertStringBuffer; a cancelled one leaves no memory or descriptor behind and no file half-written. errno
+// is not kept. Not for signal handlers.
 #ifndef KT_SYS_FILES_H
 #define KT_SYS_FILES_H
 

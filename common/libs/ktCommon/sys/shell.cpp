@@ -12,6 +12,7 @@
 #include "internal/error_text.h"
 #include "internal/heap_text.h"
 #include "internal/mutex_lock.h"
+#include "internal/uncancelled.h"
 #include "logging.h"
 #include "sockets.h"
 #include "text/convert.h"
@@ -31,6 +32,7 @@ class Connection {
     Connection() : socket_(socketOpenWriter(kt::component::kCommands, kt::component::kCommands, 0)) {}
     ~Connection() {
         if (*this) {
+            const kt::Uncancelled uncancelled;
             socketCloseWriter(socket_);
         }
     }
@@ -44,18 +46,18 @@ class Connection {
     int socket_;
 };
 
-// Only a signal or a full buffer makes it more than one call.
-bool sendWhole(int socket, const char* data, size_t size) {
+// Only a signal makes it more than one call. A service that closes early has answered, perhaps: whatever
+// becomes of the sending, the reply is looked for.
+void sendWhole(int socket, const char* data, size_t size) {
     while (size > 0) {
         const ssize_t sent = send(socket, data, size, MSG_NOSIGNAL);
         if (sent < 0 && errno != EINTR) {
-            return false;
+            return;
         }
         const size_t taken = sent < 0 ? 0 : static_cast<size_t>(sent);
         data += taken;
         size -= taken;
     }
-    return true;
 }
 
 int receiveResult(int socket) {
@@ -72,8 +74,11 @@ int receiveResult(int socket) {
 }
 
 int exchange(const Connection& service, const char* command) {
-    const bool isSent = command != nullptr && sendWhole(service.get(), command, strlen(command) + 1);
-    return isSent ? receiveResult(service.get()) : kNoResult;
+    if (command == nullptr) {
+        return kNoResult;
+    }
+    sendWhole(service.get(), command, strlen(command) + 1);
+    return receiveResult(service.get());
 }
 
 int reportNoConnection(int error) {

@@ -5,8 +5,9 @@
 // inherits the descriptors that are not close-on-exec.
 //
 // Every function may run in any thread and blocks until its command has ended, without a limit. All are
-// cancellation points; a cancelled one leaves no lock, descriptor or memory behind. errno is not kept. Not
-// for signal handlers.
+// cancellation points; a cancelled one leaves no lock, descriptor or memory behind. A child that is forked
+// while another thread runs a command should exec: the lock stays taken there. errno is not kept. Not for
+// signal handlers.
 #ifndef KT_SYS_SHELL_H
 #define KT_SYS_SHELL_H
 
@@ -25,12 +26,14 @@ extern KT_API pthread_mutex_t mutexSystemEx;
 extern KT_API pthread_mutex_t mutexTsSystemEx;
 
 // Runs the command by system(3), and writes "systemEx: %d.%d.[%s]\n" with the wait status, the result and the
-// command line as a debug line. format is not null. A thread that is cancelled kills its command. systemExec
-// is another name for it.
+// command line as a debug line. format is not null. Meanwhile the process ignores SIGINT and SIGQUIT. A
+// thread that is cancelled kills its shell; what that has started runs on. systemExec is another name for it.
 // Returns the command's wait status shifted right by 8 bits:
-//     0 to 255  its exit code; 127 also when the shell cannot be executed, 0 also when a signal ended it
-//     -1        no process or memory for a shell; and always while the process ignores SIGCHLD, because then
-//               the status is lost, although the command runs
+//     0 to 255  its exit code; 127 also when no process could be made for the shell or it cannot be executed,
+//               0 also when a signal ended it
+//     -1        no memory for the command line; or the status is lost although the command runs, as always
+//               while the process ignores SIGCHLD (or has SA_NOCLDWAIT), and when another thread that waits
+//               for any child takes this one
 KT_API int systemEx(const char* format, ...) KT_PRINTF(1, 2);
 KT_API int systemExec(const char* format, ...) KT_PRINTF(1, 2);
 
