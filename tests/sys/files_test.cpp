@@ -1,7 +1,6 @@
 // Runs in the virtual unit, where /tmp is its own.
 #include <gtest/gtest.h>
 #include <ktcommon.h>
-#include <logging.h>
 #include <sys/syscall.h>
 
 #include <algorithm>
@@ -11,13 +10,13 @@
 
 #include "support/cancellable_thread.h"
 #include "support/heap_requests.h"
+#include "support/logged.h"
 #include "support/random_text.h"
 #include "support/stdout_capture.h"
 
 // The program's own definitions. In a thread that has something to happen before its reads they fail if that
 // does; else every second one is interrupted and the others give less than they might.
 static thread_local std::function<bool()> t_beforeRead;
-static char logged[256];
 #pragma GCC visibility push(default)
 ssize_t read(int fd, void* data, size_t size) {
     static unsigned reads;
@@ -28,13 +27,6 @@ ssize_t read(int fd, void* data, size_t size) {
     return errno == EIO || ++reads % 2 == 0 ? -1 : syscall(SYS_read, fd, data, std::min<size_t>(size, 4999));
 }
 #pragma GCC visibility pop
-void logError(int code, const char* fmt, ...) {
-    const int length = snprintf(logged, sizeof logged, "%d ", code);
-    va_list ap;
-    va_start(ap, fmt);
-    vsnprintf(logged + length, sizeof logged - 8, fmt, ap);
-    va_end(ap);
-}
 
 namespace {
 
@@ -190,15 +182,15 @@ TEST(Files, RefusedEditsAreReported) {
         {kPath, nullptr, "X", 2, -2, ""},
         {kPath, nullptr, "X", 3, -1, ""},
         {kPath, "a", "X", 3, -1, ""},
-        {kPath, "A", "X", 2, -1, "310 Couldn't find [A] in /tmp/files_test"},
-        {"/nowhere", "a", "X", 3, -3, "310 Couldn't open /nowhere"},
-        {"/tmp", "a", "X", 1, -3, "310 Couldn't open /tmp"},
+        {kPath, "A", "X", 2, -1, "310 Couldn't find [A] in /tmp/files_test\n"},
+        {"/nowhere", "a", "X", 3, -3, "310 Couldn't open /nowhere\n"},
+        {"/tmp", "a", "X", 1, -3, "310 Couldn't open /tmp\n"},
     };
     store("a\0b"s);
     for (const auto& [path, needle, text, mode, result, log] : cases) {
-        *logged = '\0';
+        logged.clear();
         EXPECT_EQ(modifyTextFile(path, needle, text, mode, 0, 0), result) << mode;
-        EXPECT_TRUE(stored() == "a\0b"s && strcmp(logged, log) == 0) << logged;
+        EXPECT_TRUE(stored() == "a\0b"s && logged == log) << logged;
     }
     gDebugMode = DEBUG_GENERAL;
     const std::string lines = printedBy([] {

@@ -1,7 +1,6 @@
 // Runs in the virtual unit, whose ports.txt gives the command daemon a port.
 #include <gtest/gtest.h>
 #include <ktcommon.h>
-#include <logging.h>
 #include <sockets.h>
 #include <sys/socket.h>
 
@@ -9,16 +8,8 @@
 
 #include "support/cancellable_thread.h"
 #include "support/forked_child.h"
+#include "support/logged.h"
 #include "support/stdout_capture.h"
-
-static char logged[128];
-void logError(int code, const char* fmt, ...) {
-    va_list ap;
-    va_start(ap, fmt);
-    EXPECT_EQ(code, 365);
-    vsnprintf(logged, sizeof logged, fmt, ap);
-    va_end(ap);
-}
 
 namespace {
 
@@ -122,10 +113,10 @@ TEST(Shell, CommandDaemon) {
     kill(daemon, SIGTERM);
     waitpid(daemon, &status, 0);
     EXPECT_EQ(WTERMSIG(status), SIGTERM);
-    EXPECT_STREQ(logged, "");
+    EXPECT_EQ(logged, "");
     const Outcome refused(-1, "tsSystemEx, can't connect to host: Connection refused\n");
     EXPECT_EQ(outcomeOf(tsSystemEx, "x"), refused);
-    EXPECT_STREQ(logged, "Couldn't connect to host: Connection refused");
+    EXPECT_EQ(logged, "365 Couldn't connect to host: Connection refused\n");
 }
 
 }  // namespace
