@@ -167,17 +167,4 @@ TEST(Library, EndsFromAnyThreadAtAnyTime) {
     }
 }
 
-TEST(Library, ASecondInstanceGetsNoPort) {
-    EXPECT_EQ(inChild([] {
-                  (void)!symlink("/bin/sleep", "/tmp/kt-twice");
-                  (void)!system(
-                      "/tmp/kt-twice 60 & /tmp/kt-twice 60 & "
-                      "until [ $(pidof kt-twice | wc -w) = 2 ]; do :; done");
-                  setProcessName("kt-twice");
-                  const int started = libraryInit(commands);
-                  return started == 0 && g_threadIdDebugListener == 0 && libraryDeinit() == 0 ? 0 : 1;
-              }),
-              0);
-}
-
 }  // namespace
