@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <ktcommon.h>
 #include <logging.h>
-#include <sys/mman.h>
 #include <sys/socket.h>
 
 #include <list>

@@ -1,31 +1,27 @@
 // Runs in the virtual unit: it looks for processes by their names.
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <ktcommon.h>
-#include <signal.h>
 #include <sys/wait.h>
 
-#include <cstring>
-#include <fstream>
 #include <list>
 #include <optional>
-#include <set>
+
+#include "support/cancellable_thread.h"
+#include "support/files.h"
 
 namespace {
+
+using kt::test::contentsOf;
 
 struct RunningProgram {
     explicit RunningProgram(const std::string& name) {
         const std::string path = "/tmp/" + name;
         (void)!symlink("/bin/sleep", path.c_str());
-        int ends[2];
-        EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
         if ((pid = fork()) == 0) {
             execl(path.c_str(), path.c_str(), "60", nullptr);
             _exit(1);
         }
-        close(ends[1]);
-        EXPECT_EQ(read(ends[0], ends, 1), 0);  // the exec has closed the child's end
-        close(ends[0]);
+        kt::test::until([&] { return contentsOf("/proc/" + std::to_string(pid) + "/comm") == name + '\n'; });
     }
     ~RunningProgram() {
         kill(pid, SIGKILL);
@@ -43,9 +39,8 @@ std::string nameOf(int pid, size_t n = 200) {
 }
 
 TEST(Process, OverrideAnswersForEveryProcess) {
-    std::string own;
-    std::getline(std::ifstream("/proc/self/comm"), own);
-    EXPECT_EQ(nameOf(getpid()), own);
+    const std::string own = nameOf(getpid());
+    EXPECT_EQ(own + '\n', contentsOf("/proc/self/comm"));
     EXPECT_EQ(setProcessName("gateway core"), g_processNameOverride + sizeof "gateway core");
     EXPECT_EQ(setProcessName(nullptr), nullptr);
     for (const int pid : {getpid(), 1, -1}) {

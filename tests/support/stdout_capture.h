@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <sstream>
 #include <string>
 
 namespace kt::test {
@@ -42,14 +41,13 @@ std::string printedBy(Body body, FILE* stream = stdout) {
 }
 
 // Debug lines without the stamps and ids at their heads.
-inline std::string withoutHeads(const std::string& printed) {
-    std::istringstream lines(printed);
-    std::string texts;
-    for (std::string line; std::getline(lines, line);) {
-        const size_t head = line.find("): ");
-        texts.append(line, head == std::string::npos ? 0 : head + 3) += '\n';
+inline std::string withoutHeads(std::string printed) {
+    for (size_t at = 0; (at = printed.find("): ", at)) != std::string::npos; at = printed.find('\n', at)) {
+        const size_t line = printed.rfind('\n', at) + 1;  // 0 where there is none
+        printed.erase(line, at + 3 - line);
+        at = line;
     }
-    return texts;
+    return printed;
 }
 
 }  // namespace kt::test

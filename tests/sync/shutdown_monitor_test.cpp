@@ -3,15 +3,11 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <ktcommon.h>
-#include <semaphore.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 
-#include <atomic>
-#include <csignal>
-#include <fstream>
-
 #include "support/cancellable_thread.h"
+#include "support/files.h"
 #include "support/forked_child.h"
 #include "support/stdout_capture.h"
 
@@ -30,23 +26,16 @@ namespace {
 using kt::test::until;
 
 const std::string kLongest(239, 'x');
-std::atomic<int> interruptions, requests, calls;
+std::atomic<int> requests, calls;
 bool isLeft;  // the semaphore's file, in the latest call
 
 std::string pathOf(const std::string& moduleName) {
     return "/dev/shm/sem.ktCleanExit_" + moduleName;
 }
 
-bool isMapped() {
-    std::ifstream maps("/proc/self/maps");
-    return std::string(std::istreambuf_iterator<char>(maps), {}).find(pathOf("")) != std::string::npos;
-}
-
 // In a detached thread that could report a stack overflow, after the line and without the semaphore.
 void onShutdown() {
-    stack_t signalStack;
-    sigaltstack(nullptr, &signalStack);
-    EXPECT_EQ(signalStack.ss_flags & SS_DISABLE, 0);
+    EXPECT_TRUE(kt::test::hasSignalStack());
     EXPECT_EQ(pthread_detach(pthread_self()), EINVAL);
     EXPECT_TRUE(printedBeforeRemoval == 0 && lseek(STDOUT_FILENO, 0, SEEK_END) > 0);
     isLeft = access(pathOf(kLongest).c_str(), F_OK) == 0;
@@ -60,9 +49,6 @@ void startMonitor(const std::string& moduleName) {
 }
 
 TEST(ShutdownMonitor, OnlyARequestInItsNameEndsTheWait) {
-    struct sigaction counting = {};
-    counting.sa_handler = [](int) { ++interruptions; };
-    sigaction(SIGUSR1, &counting, nullptr);
     umask(077);
     gDebugMode = DEBUG_GENERAL;
     for (const bool stays : {false, true}) {
@@ -73,17 +59,13 @@ TEST(ShutdownMonitor, OnlyARequestInItsNameEndsTheWait) {
         const std::string printed = kt::test::printedBy([&] {
             startMonitor(kLongest);
             SignalModuleShutdown(std::string(239, 'X').c_str());
-            for (const int latest = interruptions + 200; interruptions < latest;) {
-                const int next = interruptions + 1;
-                pthread_kill(monitor, SIGUSR1);
-                until([next] { return interruptions == next; });
-            }
+            kt::test::interrupt(monitor, 200);
             EXPECT_EQ(calls, requests);
             ++requests;
             EXPECT_EQ(kt::test::inChild([] { return SignalModuleShutdown(kLongest.c_str()); }), 0);
             until([] { return calls >= requests; });
             EXPECT_EQ(SignalModuleShutdown(kLongest.c_str()), 0);
-            EXPECT_FALSE(isMapped());
+            EXPECT_EQ(kt::test::contentsOf("/proc/self/maps").find(pathOf("")), std::string::npos);
         });
         EXPECT_EQ(printed.substr(printed.find("): ")), "): " + kLongest + " ShutdownEvent received.\n");
         EXPECT_EQ(isLeft, stays);

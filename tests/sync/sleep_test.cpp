@@ -1,13 +1,8 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <ktcommon.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <climits>
-#include <csignal>
-#include <limits>
-#include <tuple>
 
 #include "support/scripted_wait.h"
 

@@ -3,11 +3,9 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <signal.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <string>
+#include "support/files.h"
 
 namespace {
 
@@ -52,16 +50,6 @@ pid_t start(const Case& one, int errors, int marks) {
     return pid;
 }
 
-std::string contentOf(int file) {
-    std::string text;
-    char bytes[4096];
-    for (ssize_t size; (size = read(file, bytes, sizeof bytes)) > 0;) {
-        text.append(bytes, static_cast<size_t>(size));
-    }
-    close(file);
-    return text;
-}
-
 // 8 threads leave 8 marks; the process ends with the pipe. Returns the exit status, -SIGKILL when it hangs.
 int await(pid_t pid, int marks, int sent) {
     pollfd entry = {marks, POLLIN, 0};
@@ -102,8 +90,8 @@ void expectWhole(const Case& one, const std::string& report) {
     EXPECT_EQ(report.find(kBanner), report.rfind(kBanner)) << report;
 }
 
-// One whole report, in the log and where it is read. Returns it.
-std::string expectReport(const Case& one) {
+// One whole report, in the log and where it is read.
+void expectReport(const Case& one) {
     SCOPED_TRACE(one.fault + ' ' + one.place + ' ' + one.words + ", errors " + std::to_string(one.errors));
     int marks[2];
     int errors[2];
@@ -117,15 +105,16 @@ std::string expectReport(const Case& one) {
     close(marks[1]);
     close(errors[1]);
     EXPECT_EQ(await(pid, marks[0], one.isSent ? one.sig : 0), one.sig);
-    const std::string read = contentOf(one.errors == kClosed ? -1 : errors[0]);
-    std::string logged = contentOf(open(kLog, O_RDONLY | O_CLOEXEC));
+    const std::string logged = kt::test::contentsOf(kLog);
+    const std::string read = kt::test::contentsOf("/dev/fd/" + std::to_string(errors[0]));
     expectWhole(one, one.isLogged ? logged : read);
     EXPECT_TRUE(!one.isLogged || one.errors != kRead || read == logged) << read;
-    return logged;
+    close(one.errors == kClosed ? -1 : errors[0]);
 }
 
-// Every fault in both places with every standard error; unless all, every second one in the storm.
-void expectTable(bool all) {
+// Every fault in both places with every standard error, eight at once, and signals that are sent; unless it is the
+// soak, each fault either in the storm or out of it.
+void expectReports(bool isSoak) {
     const Case faults[] = {
         {"readNull", "inWorker", "", "( readNull() + 0x", "( inMain() + 0x"},
         {"callAbort", "inWorker", "", kAborting, "", true, SIGABRT},
@@ -139,61 +128,43 @@ void expectTable(bool all) {
             one.place = i / 2 % 2 == 0 ? "inMain" : fault.place;
             one.words = i % 2 == 0 ? "" : "storm";
             one.errors = static_cast<Errors>(i / 4);
-            if (all || i % 2 == (i / 2 + i / 4) % 2) {
+            if (isSoak || i % 2 == (i / 2 + i / 4) % 2) {
                 expectReport(one);
             }
         }
     }
-}
-
-void expectOneReportOfEight(int times) {
-    for (int i = 0; i < times; ++i) {
+    for (int i = 0; i < (isSoak ? 100 : 4); ++i) {
         expectReport({"readNull", "inEight", "", "( readNull() + 0x"});
     }
-}
-
-void expectReportsOfKills(int times) {
-    int raw = 0;
-    int descents = 0;
-    for (int i = 0; i < times; ++i) {
-        const int sig = i % 2 == 0 ? SIGSEGV : SIGABRT;
-        const std::string report =
-            expectReport({"allocate", "inMain", "storm", "", "", true, sig, kRead, true});
-        raw += report.find("( _Z") != std::string::npos;
-        descents += report.find("( main + ") != std::string::npos;
+    for (int i = 0; i < (isSoak ? 200 : 10); ++i) {
+        expectReport(
+            {"allocate", "inMain", "storm", "", "", true, i % 2 == 0 ? SIGSEGV : SIGABRT, kRead, true});
     }
-    printf("%d reports, %d with raw names, %d with main\n", times, raw, descents);
 }
 
 TEST(Fault, IsReportedWhereverItHappens) {
-    expectTable(false);
-    expectOneReportOfEight(4);
-    expectReportsOfKills(10);
+    expectReports(false);
 }
 
 TEST(Fault, DISABLED_soak) {
-    expectTable(true);
-    expectOneReportOfEight(100);
-    expectReportsOfKills(200);
+    expectReports(true);
 }
 
-struct Name {
-    explicit Name(int numbers) {
-        for (int i = 0; i < numbers; ++i) {
-            symbol += "Li" + std::to_string(i) + 'E';
-            shown += ", " + std::to_string(i);
-        }
-        symbol += "EEEvv";
-        shown += "> >() + 0x";
-    }
+// The symbol of a function whose name has so many numbers, and how it is shown.
+std::pair<std::string, std::string> nameWith(int numbers) {
     std::string symbol = "_Z5namedISt16integer_sequenceIiJ";
     std::string shown = "( void named<std::integer_sequence<int";
-};
+    for (int i = 0; i < numbers; ++i) {
+        symbol += "Li" + std::to_string(i) + 'E';
+        shown += ", " + std::to_string(i);
+    }
+    return {symbol + "EEEvv", shown + "> >() + 0x"};
+}
 
 TEST(Fault, DescentIsNamed) {
     for (const int numbers : {6, 20, 47, 153}) {
-        const Name name(numbers);
-        expectReport({name.symbol, "inMain", "", name.shown, "( main + 0x"});
+        const auto [symbol, shown] = nameWith(numbers);
+        expectReport({symbol, "inMain", "", shown, "( main + 0x"});
     }
     expectReport({"askNull", "inMain", "", "( askNull() + 0x", "( main + 0x"});
     expectReport({"callNull", "inMain", "", "( callNull() + 0x", "( main + 0x"});
@@ -202,7 +173,7 @@ TEST(Fault, DescentIsNamed) {
 }
 
 TEST(Fault, IsReportedThoughFunctionsHangOrFault) {
-    const auto [symbol, shown] = Name(6);
+    const auto [symbol, shown] = nameWith(6);
     const std::string raw = "( " + symbol + " + 0x";
     const std::string number = "] \nFrame:   1: [0x";  // of a frame that otherwise has a name
     const std::string everything = "malloc realloc dladdr localtime_r __cxa_demangle logStackTrace exit";

@@ -10,22 +10,21 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <cstring>
 #include <mutex>
 #include <thread>
-#include <utility>
 
 #define SHOWN [[gnu::noipa]]  // in frames; ends with a use of `result`, so that no call before is a jump
+#define FAULT(name, expression) \
+    SHOWN void name() {         \
+        result = expression;    \
+    }
 
 volatile int result;
 volatile int zero;
 const int* volatile nowhere;
 int (*volatile nothing)();
 
-SHOWN void readNull() {
-    result = *nowhere;
-}
+FAULT(readNull, *nowhere)
 
 namespace {
 
@@ -74,18 +73,12 @@ STEP(tm*, localtime_r, (const time_t* time, tm* local), (time, local))
 STEP(char*, __cxa_demangle, (const char* name, char* text, size_t* n, int* status), (name, text, n, status))
 STEP(void, logStackTrace, (const char* text), (text))
 
-SHOWN void callAbort() {
-    abort();
-}
-
-SHOWN void runIllegal() {
-    __builtin_trap();
-}
-
-SHOWN void readBehindFile() {
-    const int file = memfd_create("empty", MFD_CLOEXEC);
-    result = *static_cast<volatile unsigned char*>(mmap(nullptr, 1, PROT_READ, MAP_SHARED, file, 0));
-}
+FAULT(callAbort, (abort(), 0))
+FAULT(runIllegal, (__builtin_trap(), 0))
+FAULT(readBehindFile, *static_cast<volatile unsigned char*>(mmap(nullptr, 1, PROT_READ, MAP_SHARED,
+                                                                 memfd_create("empty", MFD_CLOEXEC), 0)))
+FAULT(callNull, nothing())
+FAULT(failAssertion, AssertBackTrace("false", nullptr, 1, nullptr))
 
 SHOWN void divideByZero() {
 #ifdef __arm__
@@ -103,13 +96,7 @@ SHOWN int fieldOf(const int* field) {
     return *field;
 }
 
-SHOWN void askNull() {
-    result = fieldOf(nowhere);
-}
-
-SHOWN void callNull() {
-    result = nothing();
-}
+FAULT(askNull, fieldOf(nowhere))
 
 SHOWN void callData() {
     static int data[] = {0, 0};
@@ -128,10 +115,6 @@ SHOWN void faultCancelled() {
     pthread_cancel(pthread_self());
     readNull();
     result = 0;
-}
-
-SHOWN void failAssertion() {
-    result = AssertBackTrace("false", nullptr, 1, nullptr);
 }
 
 SHOWN void allocate() {

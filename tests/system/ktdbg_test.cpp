@@ -1,129 +1,71 @@
-// Runs the real ktdbg binary against small TCP servers of this process.
-#include <arpa/inet.h>
-#include <fcntl.h>
+// Runs the real ktdbg binary against a daemon's part that is played here, at the port that the unit gives gwdemo.
 #include <gtest/gtest.h>
-#include <netinet/in.h>
+#include <sockets.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
-#include <cstdio>
-#include <functional>
-#include <iterator>
-#include <sstream>
-#include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
-#include "support/forked_child.h"
+#include "support/stdout_capture.h"
 
 namespace {
 
 using namespace std::string_literals;
-using Words = std::vector<std::string>;
+using kt::test::printedBy;
+using Texts = std::vector<std::string>;
+
+const int kPort = socketGetDebugPortByName("gwdemo");
 
 bool sendAll(int connection, const std::string& text) {
     return send(connection, text.data(), text.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(text.size());
 }
 
-// Like a daemon: one receive per connection, then `answer`, then close. The kernel chooses its port.
-class Server {
-  public:
-    using Answer = std::function<void(int connection, const std::string& command)>;
-
-    explicit Server(Answer answer) : answer_(std::move(answer)) {
-        listen(listener_, 5);
-        thread_ = std::thread([this] { serve(); });
-    }
-    ~Server() { stop(); }
-
-    const Words& stop() {
-        if (thread_.joinable()) {
-            shutdown(listener_, SHUT_RDWR);
-            thread_.join();
-            close(listener_);
-        }
-        return received_;
-    }
-    std::string port() const {
-        sockaddr_in address = {};
-        socklen_t size = sizeof address;
-        EXPECT_EQ(getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size), 0);
-        return std::to_string(ntohs(address.sin_port));
-    }
-
-  private:
-    void serve() {
-        int connection;
-        while ((connection = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC)) >= 0) {
+// Like a daemon: one receive per connection, then the answer, then close. Returns what was received while the body ran.
+template <typename Answer, typename Body>
+Texts receivedWhile(Answer answer, Body body) {
+    Texts received;
+    const int listener = simpleBind(kPort);
+    std::thread server([&] {
+        for (int connection; (connection = simpleListener(listener, nullptr)) >= 0; close(connection)) {
             char buffer[257];
             const ssize_t size = recv(connection, buffer, sizeof buffer, 0);
-            received_.emplace_back(buffer, size > 0 ? static_cast<std::size_t>(size) : 0);
-            answer_(connection, received_.back());
-            close(connection);
+            received.emplace_back(buffer, size > 0 ? static_cast<size_t>(size) : 0);
+            answer(connection, received.back());
         }
-    }
+    });
+    body();
+    shutdown(listener, SHUT_RDWR);
+    server.join();
+    close(listener);
+    return received;
+}
 
-    Answer answer_;
-    const int listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    Words received_;
-    std::thread thread_;
-};
-
-Server::Answer replyWith(const std::string& text) {
-    return [text](int connection, const std::string&) { sendAll(connection, text); };
+// No text: ends the connection in disorder.
+auto replyWith(const std::string& text) {
+    return [text](int connection, const std::string&) {
+        const linger immediate{text.empty() ? 1 : 0, 0};
+        setsockopt(connection, SOL_SOCKET, SO_LINGER, &immediate, sizeof immediate);
+        sendAll(connection, text);
+    };
 }
 
 struct Result {
     int exitCode = -1;
-    std::string output;
-    std::string errors;
+    std::string output, errors;
 };
 
-std::string readAll(std::FILE* file) {
-    std::string text(static_cast<std::size_t>(lseek(fileno(file), 0, SEEK_END)), '\0');
-    EXPECT_EQ(pread(fileno(file), text.data(), text.size(), 0), static_cast<ssize_t>(text.size()));
-    std::fclose(file);
-    return text;
-}
-
-int spawnAndWait(const Words& options, int input, int output, int errors) {
-    std::istringstream prefix(KT_RUN_PREFIX " " KTDBG_PATH);
-    Words words{std::istream_iterator<std::string>(prefix), {}};
-    words.insert(words.end(), options.begin(), options.end());
-    std::vector<char*> arguments;
-    for (std::string& word : words) {
-        arguments.push_back(word.data());
-    }
-    arguments.push_back(nullptr);
-    return kt::test::inChild([&] {
-        dup2(input, STDIN_FILENO);
-        output < 0 ? close(STDOUT_FILENO) : dup2(output, STDOUT_FILENO);
-        dup2(errors, STDERR_FILENO);
-        return execvp(arguments[0], arguments.data());
-    });
-}
-
-Result run(const Words& options, const std::string& input = "") {
-    std::FILE* file = std::tmpfile();
-    std::fwrite(input.data(), 1, input.size(), file);
-    std::rewind(file);
-    std::FILE* output = std::tmpfile();
-    std::FILE* errors = std::tmpfile();
+// Of a line of shell.
+Result run(const std::string& line) {
+    const std::string script = "ktdbg() { " KT_RUN_PREFIX " " KTDBG_PATH " \"$@\"; }\n" + line;
     Result result;
-    result.exitCode = spawnAndWait(options, fileno(file), fileno(output), fileno(errors));
-    std::fclose(file);
-    result.output = readAll(output);
-    result.errors = readAll(errors);
+    const auto execute = [&] { result.exitCode = WEXITSTATUS(system(script.c_str())); };
+    result.errors = printedBy([&] { result.output = printedBy(execute); }, stderr);
     return result;
 }
 
 TEST(KtdbgReply, DecidesTheExitCodeAndIsPrintedUpToItsNul) {
     const std::string longest(256, 'c');
-    const struct {
-        std::string command, reply;
-        int exitCode;
-    } cases[] = {
+    const std::tuple<std::string, std::string, int> cases[] = {
         {"et", "Process has been running for 3s\n\0"s, 0},
         {"et", "\x01\xff%s%n\r\x1b[2J\0behind\0more"s, 0},
         {"et", "\0"s, 0},
@@ -135,92 +77,85 @@ TEST(KtdbgReply, DecidesTheExitCodeAndIsPrintedUpToItsNul) {
         {"rpc", "No command specified\n\0"s, 1},
         {"tag", "Must specify tag to read by name\n\0"s, 1},
         {"log", "seen: Command 'log' executed, rc 5\nNo command specified\n\0"s, 0},
+        {"exits", "", 5},
+        {"ExIt", "", 0},
+        {"exit now", "", 0},
         {longest, "Command '" + longest + "' not defined. Use '?' for Help\n\0"s, 1},
     };
-    for (const auto& one : cases) {
-        SCOPED_TRACE(one.command.substr(0, 10) + ": " + one.reply.substr(0, 60));
-        Server server(replyWith(one.reply));
-        const Result result = run({"-p", server.port(), one.command});
-        EXPECT_EQ(result.exitCode, one.exitCode) << result.errors;
-        EXPECT_TRUE(result.output == one.reply.substr(0, one.reply.find('\0')))
-            << result.output.substr(0, 200);
-        EXPECT_EQ(result.errors, "");
-    }
-}
-
-TEST(KtdbgReply, MissingIsSuccessOnlyForExit) {
-    for (const bool reset : {false, true}) {
-        Server server([reset](int connection, const std::string&) {
-            if (reset) {
-                const linger immediate{1, 0};
-                setsockopt(connection, SOL_SOCKET, SO_LINGER, &immediate, sizeof immediate);
-            }
-        });
-        EXPECT_EQ(run({"-p", server.port(), "et"}).exitCode, 5) << reset;
-        EXPECT_EQ(run({"-p", server.port(), "ExIt"}).exitCode, 0) << reset;
-        EXPECT_EQ(run({"-p", server.port(), "exit", "now"}).exitCode, 0) << reset;
-        EXPECT_EQ(run({"-p", server.port(), "exits"}).exitCode, 5) << reset;
+    for (const auto& [command, reply, exitCode] : cases) {
+        SCOPED_TRACE(command.substr(0, 10) + ": " + reply.substr(0, 60));
+        Result result;
+        receivedWhile(replyWith(reply),
+                      [&, command = command] { result = run("ktdbg gwdemo '" + command + "'"); });
+        EXPECT_EQ(result.exitCode, exitCode);
+        EXPECT_TRUE(result.output == reply.substr(0, reply.find('\0'))) << result.output.substr(0, 200);
+        EXPECT_EQ(result.errors.empty(), exitCode != 5) << result.errors;
     }
 }
 
 TEST(KtdbgReply, TimeLimitHoldsForSilentAndForEndlessDaemons) {
     for (const bool endless : {false, true}) {
-        Server server([endless](int connection, const std::string&) {
+        const auto delay = [endless](int connection, const std::string&) {
             char text[99];
             sendAll(connection, "half");
             while (endless && sendAll(connection, std::string(65536, '\0'))) {}
             while (recv(connection, text, sizeof text, 0) > 0) {}
+        };
+        receivedWhile(delay, [] {
+            const Result result = run("ktdbg -t 0.3 gwdemo exit");
+            EXPECT_EQ(result.exitCode, 4);
+            EXPECT_EQ(result.output, "half");
+            EXPECT_NE(result.errors, "");
         });
-        const Result result = run({"-t", "0.3", "-p", server.port(), "exit"});
-        EXPECT_EQ(result.exitCode, 4) << endless;
-        EXPECT_EQ(result.output, "half");
-        EXPECT_NE(result.errors, "");
     }
 }
 
 TEST(KtdbgCommand, WordsAreJoinedAndUnsendableOnesNeverConnect) {
-    Server server(replyWith("ok\0"s));
-    run({"-p", server.port(), "debug", "-zfsRt", "a  b\r\n"});
-    EXPECT_EQ(run({"-p", server.port(), std::string(257, 'x')}).exitCode, 2);
-    EXPECT_EQ(run({"-p", server.port(), ""}).exitCode, 2);
-    EXPECT_EQ(run({"-p", server.port()}, "et\0x\n"s).exitCode, 2);
-    EXPECT_EQ(server.stop(), Words{"debug -zfsRt a  b"});
+    const Texts received = receivedWhile(replyWith("ok\0"s), [] {
+        EXPECT_EQ(run("ktdbg -p " + std::to_string(kPort) + " debug -zfsRt 'a  b\r\n'").exitCode, 0);
+        for (const std::string& line : {"ktdbg gwdemo " + std::string(257, 'x'), "ktdbg gwdemo ''"s,
+                                        "printf 'et\\0x\\n' | ktdbg gwdemo"s}) {
+            EXPECT_EQ(run(line).exitCode, 2) << line;
+        }
+    });
+    EXPECT_EQ(received, Texts{"debug -zfsRt a  b"});
 }
 
 TEST(KtdbgInput, EachLineIsACommandAndTheFirstFailureCounts) {
-    Server server([](int connection, const std::string& command) {
+    const auto answer = [](int connection, const std::string& command) {
         if (command == "bad") {
             sendAll(connection, "Command 'bad' executed, rc 2\n\0"s);
         } else if (command != "mute") {
             sendAll(connection, "<" + command + ">\n" + '\0');
         }
+    };
+    const Texts received = receivedWhile(answer, [] {
+        const Result result =
+            run("printf 'et\\r\\n\\n  \\nbad\\n%300s\\nmute\\nlast x\\nquit' long | ktdbg gwdemo");
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_EQ(result.output, "<et>\nCommand 'bad' executed, rc 2\n<last x>\n<quit>\n");
+        EXPECT_EQ(run("printf 'mute\\nbad\\nlast line without end' | ktdbg gwdemo").exitCode, 5);
+        EXPECT_EQ(run("printf '\\n\\n' | ktdbg gwdemo").exitCode, 0);
     });
-    const std::string tooLong(300, 'x');
-    const Result result = run({"-p", server.port()}, "et\r\n\n  \nbad\n" + tooLong + "\nmute\nlast x\nquit");
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_EQ(result.output, "<et>\nCommand 'bad' executed, rc 2\n<last x>\n<quit>\n");
-    EXPECT_EQ(run({"-p", server.port()}, "mute\nbad\nlast line without end").exitCode, 5);
-    EXPECT_EQ(run({"-p", server.port()}, "\n\n").exitCode, 0);
-    EXPECT_EQ(server.stop(),
-              (Words{"et", "bad", "mute", "last x", "quit", "mute", "bad", "last line without end"}));
+    EXPECT_EQ(received,
+              (Texts{"et", "bad", "mute", "last x", "quit", "mute", "bad", "last line without end"}));
 }
 
 TEST(KtdbgOutput, WriteErrorsAreReported) {
-    Server server(replyWith("Process has been running\n\0"s));
-    const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
-    const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
-    ASSERT_TRUE(full >= 0 && null >= 0);
-    EXPECT_EQ(spawnAndWait({"-p", server.port(), "et"}, null, full, null), 6);
-    EXPECT_EQ(spawnAndWait({"--help"}, null, full, null), 6);
-    // A closed standard output must not become the connection itself.
-    EXPECT_EQ(spawnAndWait({"-p", server.port(), "et"}, null, -1, null), 6);
+    receivedWhile(replyWith("Process has been running\n\0"s), [] {
+        // A closed standard output must not become the connection itself.
+        for (const char* line :
+             {"ktdbg gwdemo et >/dev/full", "ktdbg --help >/dev/full", "ktdbg gwdemo et >&-"}) {
+            EXPECT_EQ(run(line).exitCode, 6) << line;
+        }
+    });
 }
 
 TEST(KtdbgUsage, HelpIsDataAndBadOptionsAreTalk) {
-    EXPECT_EQ(run({"--help"}).output.find("Usage: ktdbg"), 0u);
-    for (const Words& options : {Words{}, Words{"-x"}, Words{"-p", "80x", "et"}, Words{"-t", "nan", "d"}}) {
-        const Result result = run(options);
-        EXPECT_EQ(result.exitCode, 2) << (options.empty() ? "" : options.back());
+    EXPECT_EQ(run("ktdbg --help").output.find("Usage: ktdbg"), 0u);
+    for (const char* line : {"ktdbg", "ktdbg -x", "ktdbg -p 80x et", "ktdbg -t nan d"}) {
+        const Result result = run(line);
+        EXPECT_EQ(result.exitCode, 2) << line;
         EXPECT_EQ(result.output, "");
         EXPECT_NE(result.errors.find("Usage: ktdbg"), std::string::npos);
     }

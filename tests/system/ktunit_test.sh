@@ -28,28 +28,11 @@ expect_all_gone() { # WHAT PIPE LAST_WORDS
 
 test_board() {
     local output
-    output=$("$ktunit" -- sh -c '
-        hostname; grep Processor /proc/cpuinfo | sed -n "s/.*: //p"; /bin/df -k | grep -o "^/dev/root"
-        grep -c = /usr/local/data/mfg.conf; cat /sys/class/gpio/gpio6/value /sys/class/net/eth0/carrier
-        abget rfs; echo beyond | dd of=/dev/mem bs=1 seek=4294967280 conv=notrunc status=none
-        tail -c 16 /dev/mem | head -c 7; date -d 2026-03-03 +%j; ls -d /var/lognv/kt /usr/local/data/*/')
-    expect board "gateway
-ARMv7 Processor rev 10 (v7l)
-/dev/root
-7
-1
-1
-rfs1
-beyond
-062
-/usr/local/data/fupdate/
-/usr/local/data/retries/
-/usr/local/data/traces/
-/var/lognv/kt" "$output"
-    output=$("$ktunit" -- sh -c 'busybox nc -l -p 4310 >/tmp/got & server=$!
-        until echo over loopback | busybox nc -w 1 127.0.0.1 4310 2>/dev/null; do sleep 0.01; done
-        wait $server; cat /tmp/got; /bin/pidof -s busybox')
-    expect loopback 'over loopback' "$output"
+    output=$("$ktunit" -- sh -c 'echo $(
+        hostname; /bin/df -k | grep -o "^/dev/root"; cat /sys/class/gpio/gpio6/value /sys/class/net/eth0/carrier
+        echo beyond | dd of=/dev/mem bs=1 seek=4294967280 conv=notrunc status=none
+        tail -c 16 /dev/mem | head -c 7; date -d 2026-03-03 +%j)')
+    expect board 'gateway /dev/root 1 1 beyond 062' "$output"
 }
 
 test_isolation() {
@@ -81,18 +64,13 @@ test_status_and_streams() {
 }
 
 test_journal_and_reboot() {
-    local output reboot
-    output=$("$ktunit" --on-reboot=record -- sh -c '/bin/date 030314052026.09; /bin/date +%s >/dev/null
-        /sbin/hwclock --systohc; /usr/local/bin/rax -r -m; /usr/local/bin/plimb reboot
-        cat "$KT_UNIT_JOURNAL"')
+    local output
+    output=$("$ktunit" -- sh -c '/bin/date 030314052026.09; /bin/date +%s >/dev/null
+        /sbin/hwclock --systohc; cat "$KT_UNIT_JOURNAL"')
     expect journal 'date 030314052026.09
-hwclock --systohc
-rax -r -m
-plimb reboot' "$output"
-    for reboot in '/sbin/shutdown now -r -F' '/usr/local/bin/plimb reboot' 'busybox reboot -f; sleep 9'; do
-        output=$("$ktunit" -- sh -c "$reboot; echo still running")
-        expect "$reboot" '129 ' "$? $output"
-    done
+hwclock --systohc' "$output"
+    output=$("$ktunit" -- sh -c 'busybox reboot -f; sleep 9; echo still running')
+    expect 'reboot past the tools' '129 ' "$? $output"
 }
 
 test_endings() {

@@ -55,8 +55,7 @@ TEST(Growable, LeavesTheVariableOnNullAndShortage) {
     for (char* (*store)(char**, const char*, ...) : {strcpy_x, strcat_x}) {
         EXPECT_EQ(store(nullptr, "x"), nullptr);
         EXPECT_EQ(store(&p, nullptr), nullptr);
-        for (int grants = 0; kHeapRefuses && grants < 3;
-             ++grants) {  // refuses the text, its growth, that of *pp
+        for (int grants = 0; kHeapRefuses && grants < 3; ++grants) {  // for the text, its growth, that of *pp
             EXPECT_EQ(withHeapGrants(grants, [&] { return store(&p, "%300d", 1); }), nullptr);
         }
     }
