@@ -67,15 +67,15 @@ TEST(Reset, KeepsWhatItsTypeLeaves) {
 }
 
 TEST(Reset, RefusesOtherTypes) {
+    useUnit();
+    const std::string before = filesOfUnit();
     for (const int type : {3, -1}) {
-        useUnit();
-        const std::string before = filesOfUnit();
         setContents(kLog, "");
         EXPECT_EQ(initiateSystemReset(type), -1);
         EXPECT_EQ(contentsOf(kLog).substr(kDateSize),
                   "310 System has encountered an invalid RESET command.\n");
-        EXPECT_EQ(filesOfUnit(), before);
     }
+    EXPECT_EQ(filesOfUnit(), before);
 }
 
 TEST(Reset, RebootsAreAskedOfTheTools) {

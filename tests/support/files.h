@@ -9,13 +9,9 @@
 
 namespace kt::test {
 
-inline const bool isInUnit = [] {
-    if (getenv("KT_UNIT_JOURNAL") == nullptr) {
-        fputs("only in a virtual unit: unit/ktunit -- PROGRAM\n", stderr);
-        exit(2);
-    }
-    return true;
-}();
+inline const bool isInUnit =
+    getenv("KT_UNIT_JOURNAL") != nullptr ||
+    (fputs("only in a virtual unit: unit/ktunit -- PROGRAM\n", stderr), exit(2), false);
 
 inline std::string contentsOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);

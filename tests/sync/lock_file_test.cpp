@@ -5,10 +5,10 @@
 #include <sys/file.h>
 
 #include <csignal>
-#include <fstream>
 #include <functional>
 
 #include "support/cancellable_thread.h"
+#include "support/files.h"
 #include "support/stdout_capture.h"
 
 // What happens in a wait, and how long it sleeps.
@@ -31,14 +31,8 @@ const std::string kMissing = "no file";
 void write(const std::string& content) {
     unlink(kPath);
     if (content != kMissing) {
-        std::ofstream(kPath) << content;
+        setContents(kPath, content);
     }
-}
-
-std::string content() {
-    std::string text = kMissing;
-    std::getline(std::ifstream(kPath), text, '\n');
-    return text;
 }
 
 // All lines of one who waits in vain.
@@ -69,7 +63,7 @@ TEST(LockFile, ValuesDecideWhoWaits) {
         write(before);
         waits = 0;
         EXPECT_EQ(withoutHeads(printedBy([&, call = call] { EXPECT_EQ(call(kPath), 0); })), printed);
-        EXPECT_EQ(content(), after) << before;
+        EXPECT_EQ(contentsOf(kPath), after) << before;
         EXPECT_EQ(waits, printed.empty() ? 0 : MAX_LOCK_RETRIES);
     }
     write("\xFF");
@@ -84,10 +78,11 @@ TEST(LockFile, NothingWaitsForWhatIsNoLock) {
     for (const char* path : {"/tmp", "/tmp/fifo", "/no/such/file", static_cast<const char*>(nullptr)}) {
         EXPECT_EQ(fileGetLockValue(path) + fileSetLock(path), 1);
     }
-    EXPECT_TRUE(fileFreeLock(nullptr) == 0 && fileGetLockValue("/tmp/link") == 1 && content() == "\1");
+    EXPECT_TRUE(fileFreeLock(nullptr) == 0 && fileGetLockValue("/tmp/link") == 1 &&
+                contentsOf(kPath) == "\1");
     const int foreign = open(kPath, O_RDONLY | O_CLOEXEC);
     flock(foreign, LOCK_EX);
-    EXPECT_TRUE(fileSetLock(kPath) == 0 && content() == "\0"s);
+    EXPECT_TRUE(fileSetLock(kPath) == 0 && contentsOf(kPath) == "\0"s);
     close(foreign);
     EXPECT_EQ(waits, 0);
 }
@@ -101,7 +96,7 @@ TEST(LockFile, SleepsInFullWhateverSignalsCome) {
     EXPECT_EQ(fileSetLock(kPath), 0);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1050));
     ualarm(0, 0);
-    EXPECT_EQ(content(), "\0"s);
+    EXPECT_EQ(contentsOf(kPath), "\0"s);
 }
 
 // Those that come too late are cancelled in their sleep.
@@ -116,7 +111,7 @@ TEST(LockFile, OneOfManyTakesTheLock) {
         };
         CancellableThread one(take);
         CancellableThread other(take);
-        ASSERT_TRUE(one.join() != other.join() && content() == "\0"s) << round;
+        ASSERT_TRUE(one.join() != other.join() && contentsOf(kPath) == "\0"s) << round;
     }
 }
 

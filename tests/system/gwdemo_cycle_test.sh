@@ -31,8 +31,7 @@ settled() {
 has_descriptors() { [ "$(descriptors)" = "$1" ]; }
 
 start() {
-    local former
-    former=$(stat -c %i $semaphore 2>/dev/null)
+    local former=$(stat -c %i $semaphore 2>/dev/null)
     $runner "$build/common/daemons/gwdemo/gwdemo" >/dev/null 2>&1 &
     daemon=$!
     wait_for answers

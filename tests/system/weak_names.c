@@ -8,7 +8,6 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #define OWN "own"
@@ -38,26 +37,16 @@ static void check(int holds, const char* what) {
     }
 }
 
-/* Holds the program line of a target, in a process of its own, for it takes seconds. */
-static pid_t holdProgramLine(const char* target) {
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(managePROG_B(target, 0));
-    }
-    return child;
-}
-
 int main(void) {
     if (getenv("KT_UNIT_JOURNAL") == NULL) {
         return 2;
     }
-    const pid_t mainLine = holdProgramLine("mtd0");
-    const pid_t expansionLine = holdProgramLine("exp");
-
-    (void)!system("mkdir -p /tmp/own-traces /tmp/own-shm; touch /tmp/own-traces/t /tmp/own-shm/sem.prot_a.sem "
-                  "/usr/local/data/traces/t /dev/shm/sem.prot_a.sem");
+    (void)!system(
+        "mkdir -p /tmp/own-traces /tmp/own-shm; touch /tmp/own-traces/t /tmp/own-shm/sem.prot_a.sem "
+        "/usr/local/data/traces/t /dev/shm/sem.prot_a.sem");
     prepForSystemResetToDefaults();
-    check(access("/tmp/own-traces/t", F_OK) != 0 && access("/usr/local/data/traces/t", F_OK) == 0, "TRACE_PATH");
+    check(access("/tmp/own-traces/t", F_OK) != 0 && access("/usr/local/data/traces/t", F_OK) == 0,
+          "TRACE_PATH");
     ClearGlobalProtocolSemaphores();
     check(access("/tmp/own-shm/sem.prot_a.sem", F_OK) != 0 && access("/dev/shm/sem.prot_a.sem", F_OK) == 0,
           "SEMAPHORE_DIRECTORY");
@@ -68,9 +57,8 @@ int main(void) {
           "componentInfo");
     check(reboot(RB_AUTOBOOT) == 0, "reboot"); /* the library's: the other one is not permitted here */
 
-    waitpid(mainLine, NULL, 0);
-    waitpid(expansionLine, NULL, 0);
-    check(access("/tmp/own-main", F_OK) == 0, "FPGA_PROG_B_MAIN");
-    check(access("/tmp/own-exp", F_OK) == 0, "FPGA_PROG_B_EXP");
+    managePROG_B("mtd0", 0);
+    managePROG_B("exp", 0);
+    check(access("/tmp/own-main", F_OK) == 0 && access("/tmp/own-exp", F_OK) == 0, "FPGA_PROG_B_...");
     return failures;
 }

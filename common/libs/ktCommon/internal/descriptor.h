@@ -40,12 +40,13 @@ class Descriptor {
     int fd_;
 };
 
-// One write call for all of `size` bytes; only a signal or a short write makes it more. False when the rest
-// is lost.
-inline bool writeAll(int fd, const char* data, size_t size) {
+// One write call for all of `size` bytes; only a signal or a short write makes it more, and a descriptor that is
+// full while goesOn says so. False when the rest is lost.
+template <typename GoesOn>
+bool writeAll(int fd, const char* data, size_t size, GoesOn goesOn) {
     while (size > 0) {
         const ssize_t written = write(fd, data, size);
-        if (written < 0 && errno == EINTR) {
+        if (written < 0 && (errno == EINTR || (errno == EAGAIN && goesOn()))) {
             continue;
         }
         if (written <= 0) {
@@ -55,6 +56,10 @@ inline bool writeAll(int fd, const char* data, size_t size) {
         size -= static_cast<size_t>(written);
     }
     return true;
+}
+
+inline bool writeAll(int fd, const char* data, size_t size) {
+    return writeAll(fd, data, size, [] { return false; });
 }
 
 }  // namespace kt

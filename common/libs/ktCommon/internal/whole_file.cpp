@@ -27,21 +27,6 @@ bool becomesWritable(int fd) {
     return poll(&room, 1, kPatienceMs) > 0;
 }
 
-bool writeWhole(int fd, const char* data, size_t size) {
-    while (size > 0) {
-        const ssize_t written = write(fd, data, size);
-        if (written < 0 && (errno == EINTR || (errno == EAGAIN && becomesWritable(fd)))) {
-            continue;
-        }
-        if (written <= 0) {
-            return false;
-        }
-        data += written;
-        size -= static_cast<size_t>(written);
-    }
-    return true;
-}
-
 int openUncancelled(const char* path) {
     const Uncancelled uncancelled;
     return open(path, O_WRONLY | O_CREAT | kOpenSafely, kNewFile);
@@ -108,7 +93,8 @@ bool OutputFile::replaceContents(const void* data, size_t size) {
     const Uncancelled uncancelled;
     const BrokenPipeIgnored brokenPipeIgnored;
     const bool isEmpty = ftruncate(fd_.get(), 0) == 0 || errno == EINVAL;  // of a FIFO or device
-    return isEmpty && writeWhole(fd_.get(), static_cast<const char*>(data), size) && fd_.close();
+    const auto goesOn = [this] { return becomesWritable(fd_.get()); };
+    return isEmpty && writeAll(fd_.get(), static_cast<const char*>(data), size, goesOn) && fd_.close();
 }
 
 }  // namespace kt
