@@ -64,11 +64,14 @@ bool isTearingDown() {
 class ServerPresence {
   public:
     ServerPresence() { server_ = pthread_self(); }
-    ~ServerPresence() { sem_post(&gone_); }
+    ~ServerPresence() {
+        server_ = 0;
+        sem_post(&gone_);
+    }
     ServerPresence(const ServerPresence&) = delete;
     ServerPresence& operator=(const ServerPresence&) = delete;
 
-    static bool isHere() { return pthread_equal(server_, pthread_self()) != 0; }
+    static bool isOf(pthread_t thread) { return server_ != 0 && pthread_equal(server_, thread) != 0; }
 
     static void leave() {
         hasLeft_ = true;
@@ -310,8 +313,8 @@ int _ccmd_setDebug(char* args, char** reply) {
     return 0;
 }
 
-bool kt::isServerThread() {
-    return ServerPresence::isHere();
+bool kt::isServerThread(pthread_t thread) {
+    return ServerPresence::isOf(thread);
 }
 
 void kt::leaveServer() {
@@ -328,7 +331,7 @@ bool kt::awaitServerEnd() {
 
 int _ccmd_exit(char*, char**) {
     printf("\n*** Exiting by request\n\n");
-    if (ServerPresence::isHere()) {
+    if (ServerPresence::isOf(pthread_self())) {
         if (isTearingDown()) {
             pthread_exit(nullptr);  // somebody is about it, and waits for this thread
         }

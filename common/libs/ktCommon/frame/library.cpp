@@ -22,7 +22,6 @@ constexpr unsigned kPortPauseMicros = 300000;
 
 std::atomic<pid_t> startedBy;  // 0 before the start
 std::atomic<pthread_t> tornDownBy;
-bool isPortOurs;
 
 // The process's own name.
 struct OwnName {
@@ -33,8 +32,7 @@ struct OwnName {
 
 int startDebugPort(void* commands) {
     const int result = pthread_create(&g_threadIdDebugListener, nullptr, debugCommand_t, commands);
-    isPortOurs = result == 0;
-    if (!isPortOurs) {
+    if (result != 0) {
         g_threadIdDebugListener = 0;  // a failed creation may have written it
     }
     return result;
@@ -46,7 +44,8 @@ void stopDebugPort() {
         return;
     }
     kt::shutDownServer();
-    if (!isPortOurs || kt::awaitServerEnd()) {
+    // Before and after its time as the port's thread it ends by itself.
+    if (!kt::isServerThread(g_threadIdDebugListener) || kt::awaitServerEnd()) {
         pthread_join(g_threadIdDebugListener, nullptr);
     }
 }
@@ -91,7 +90,7 @@ int libraryDeinit(void) {
     if (isForkedChild() || isTearingDownHere()) {
         return 0;
     }
-    if (kt::isServerThread()) {
+    if (kt::isServerThread(pthread_self())) {
         kt::leaveServer();
     }
     pthread_once(&once, tearDown);

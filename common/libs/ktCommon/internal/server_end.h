@@ -2,12 +2,14 @@
 #ifndef KT_INTERNAL_SERVER_END_H
 #define KT_INTERNAL_SERVER_END_H
 
+#include <pthread.h>
+
 #include "internal/private.h"
 
 namespace kt {
 
-// Whether the calling thread is the port's.
-bool isServerThread();
+// Whether that is the port's thread, from its first step to its last.
+bool isServerThread(pthread_t thread);
 
 // Tells who waits in awaitServerEnd that this thread, the port's, will not come to its end: it tears down
 // itself, or ends the process, where it may have to wait for the exit handlers that another thread is
