@@ -158,7 +158,7 @@ TEST(Product, ProgramLinesFollowTheTarget) {
     for (const auto& run : cases) {
         runs.emplace_back([&run, info] {
             inFreshProcess([&run, info] {
-                strcpy(info->productClass, run.productClass);
+                snprintf(info->productClass, sizeof info->productClass, "%s", run.productClass);
                 // A file of its own for each run.
                 char* line = run.isExpansion ? FPGA_PROG_B_EXP : FPGA_PROG_B_MAIN;
                 snprintf(line, sizeof FPGA_PROG_B_EXP, "/tmp/line.%d", getpid());

@@ -87,7 +87,7 @@ TEST(Reset, RebootsAreAskedOfTheTools) {
         setContents(kLog, "");
         kt::test::CancellableThread asking(
             [type] { type == 0 ? (void)initiateSystemReset(type) : eject(type, "of %d%%\n", type); });
-        kt::test::until([] { return contentsOf(getenv("KT_UNIT_JOURNAL")) == "plimb reboot\n"; });
+        kt::test::until([] { return contentsOf(kt::test::kJournal) == "plimb reboot\n"; });
         asking.cancel();
         EXPECT_FALSE(asking.join());
         EXPECT_EQ(takeJournal(), "plimb reboot\n");

@@ -9,9 +9,12 @@
 
 namespace kt::test {
 
-inline const bool isInUnit =
-    getenv("KT_UNIT_JOURNAL") != nullptr ||
-    (fputs("only in a virtual unit: unit/ktunit -- PROGRAM\n", stderr), exit(2), false);
+inline std::string journalOfUnit() {
+    const char* path = getenv("KT_UNIT_JOURNAL");
+    return path != nullptr ? path
+                           : (fputs("only in a virtual unit: unit/ktunit -- PROGRAM\n", stderr), exit(2), "");
+}
+inline const std::string kJournal = journalOfUnit();
 
 inline std::string contentsOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
@@ -24,9 +27,8 @@ inline void setContents(const std::string& path, const std::string& contents) {
 
 // What the board's tools were asked since the last call, a line each.
 inline std::string takeJournal() {
-    const char* path = getenv("KT_UNIT_JOURNAL");
-    const std::string lines = contentsOf(path);
-    setContents(path, "");
+    std::string lines = contentsOf(kJournal);
+    setContents(kJournal, "");
     return lines;
 }
 

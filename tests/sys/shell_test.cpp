@@ -77,7 +77,7 @@ TEST(Shell, AnyReplies) {
     }
     signal(SIGPIPE, SIG_DFL);
     auto unread =
-        std::async(std::launch::async, [] { return tsSystemEx("%s", std::string(20000000, 'x').c_str()); });
+        std::async(std::launch::async, [] { return tsSystemEx("%s", std::string(8000000, 'x').c_str()); });
     const int hasty = simpleListener(listener, nullptr);
     send(hasty, "9", 1, MSG_NOSIGNAL);
     close(hasty);
