@@ -32,6 +32,7 @@
 #include "text/convert.h"
 #include "text/growable.h"
 #include "text/parsed_list.h"
+#include "text/regex.h"
 #include "time/timestamp.h"
 
 #endif
