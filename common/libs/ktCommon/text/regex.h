@@ -9,9 +9,9 @@
 //   \xHH   the byte of that hexadecimal value, whatever the flags
 //   [...]  one byte that is a member: a character, an escape, "." (any byte) or a range x-y of any x but "-"
 //          and any y but "]". Other "-" are literal, "$" and "|" never match. [^...] is one byte that is none
-//          of them; [] never matches, [^] always does. Without its "]" a set runs to the pattern's end. Escapes
-//          in a set are not checked: a \c of another c is that character, a \x without two digits matches
-//          nothing, and each takes its two or four bytes, a "]" among them as well.
+//          of them; [] never matches, [^] always does. Without its "]" a set runs to the pattern's end.
+//          Escapes in a set are not checked: a \c of another c is that character, a \x without two digits
+//          matches nothing, and each takes its two or four bytes, a "]" among them as well.
 //   (...)  a group, captured, of alternatives separated by "|", which the whole pattern may have, too
 //   ^ $    where the current attempt begins, where the span of text given to it ends
 // Behind an element "*", "+" or "?" repeats it; "*?" and "+?" stop at the first count that does. Other
@@ -19,15 +19,15 @@
 // locale, by bytes.
 //
 // The order of the attempts decides what matches:
-// - Offsets are tried from 0 to textLen; with "^" as first character only 0. If none matches, the result is the
-//   code of the last.
+// - Offsets are tried from 0 to textLen; with "^" as first character only 0. If none matches, the result is
+//   the code of the last.
 // - Of a group's alternatives the first that matches more than nothing wins, otherwise the result is the
 //   last's.
 // - "?" takes the element if it matches, and is never tried without it then.
-// - "*" and "+" match the element again and again, each time from where the last one ended, and then the rest of
-//   the sequence, each as an attempt of its own. The largest count after which the rest matches wins, or the
-//   smallest above none ("*?", "+?"). With "*", if the element and the rest behind it both fail at last, the rest
-//   is tried without the element, and wins if it matches something.
+// - "*" and "+" match the element again and again, each time from where the last one ended, and then the rest
+//   of the sequence, each as an attempt of its own. The largest count after which the rest matches wins, or
+//   the smallest above none ("*?", "+?"). With "*", if the element and the rest behind it both fail at last,
+//   the rest is tried without the element, and wins if it matches something.
 // - A group with something behind it gets ever shorter spans, from all that is left down to nothing, until it
 //   and the rest match.
 //
