@@ -170,8 +170,9 @@ TEST(Regex, KeepsItsLimitsOnASmallStack) {
 
 // Each would take the age of the universe if every attempt were made.
 TEST(Regex, ChainsAreLinear) {
-    const string text(20000, 'a');
-    for (const char* pattern : {"a*a*a*a*a*b", "a*?a*?a*?a*?b", ".*a.*a.+a.+?b", "[a-c]*\\S+a*?.+b"}) {
+    const string text(5000, 'a');
+    for (const char* pattern :
+         {"a*a*a*a*a*a*a*a*a*a*a*a*b", "a*?a*?a*?a*?b", ".*a.*a.+a.+?b", "[a-c]*\\S+a*?.+b"}) {
         EXPECT_EQ(slre_match(pattern, text.data(), static_cast<int>(text.size()), nullptr, 0, 0), -1)
             << pattern;
     }

@@ -19,6 +19,7 @@ using Group = RegexPattern::Group;
 
 constexpr int kNoMatch = RegexPattern::kNoMatch;
 constexpr int kIgnoreCase = 1;
+constexpr size_t kLeastLength = 2;  // of an element with its quantifier
 
 // What is known of a byte of the pattern that is repeated up to runEnd, where it stops matching: of the
 // places in (tried, runEnd] the last (the first, if not greedy) from where the rest of the pattern matches.
@@ -79,7 +80,7 @@ class Matcher {
     int numCaptures_;
     bool ignoreCase_;
     const char* furthest_ = nullptr;  // the last place of the text that was compared with the end of a span
-    std::array<Run, 8> runs_;
+    std::array<Run, 32> runs_;
 };
 
 int Matcher::search(Span text) {
@@ -241,7 +242,7 @@ int Matcher::matchRepeatedByte(const Repetition& repetition, Span text) {
 // Returns what there is to know of the repeated byte from text.begin on, finding out what was not known yet.
 Run Matcher::runAt(const Repetition& repetition, Span text) {
     const char* const element = repetition.element.begin;
-    Run& kept = runs_[static_cast<size_t>(element - pattern_.whole().begin) % runs_.size()];
+    Run& kept = runs_[static_cast<size_t>(element - pattern_.whole().begin) / kLeastLength % runs_.size()];
     Run run = kept;
     const char* const before = furthest_;
     furthest_ = text.begin;
