@@ -29,10 +29,12 @@
 #include "sys/shell.h"
 #include "text/append_buffer.h"
 #include "text/bounded.h"
+#include "text/checksum.h"
 #include "text/convert.h"
 #include "text/growable.h"
 #include "text/parsed_list.h"
 #include "text/regex.h"
+#include "text/wildcard.h"
 #include "time/timestamp.h"
 
 #endif
