@@ -35,9 +35,8 @@ static_assert(offsetof(Tables, crc32) == 0 && offsetof(Tables, crc16) == 1024 &&
 static_assert(kTables.crc32[1] == 0x77073096 && kTables.crc16[1] == 0xC0C1);
 
 // A block of so many bytes is looked up at once, each byte in a table of its own, so that the look-ups do not
-// wait for each other. Sixteen tables of CRC-32 take 16 KiB, eight 8 KiB: half and a quarter of a first-level
-// data cache of 32 KiB. The board's has other things to keep, and its processor gains little from more look-ups
-// in flight.
+// wait for each other. The sixteen tables of CRC-32 take 16 KiB, eight take 8 KiB: the board's first-level data
+// cache has 32 KiB, and what a checksum takes of it the daemon has to fetch again.
 constexpr size_t kBlock = sizeof(void*) == 8 ? 16 : 8;
 
 // Table k: the remainder of a byte that k + 1 zero bytes follow. The plain table is the one before them.

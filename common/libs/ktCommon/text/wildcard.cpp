@@ -1,6 +1,7 @@
 #include "text/wildcard.h"
 
 #include <cctype>
+#include <cstring>
 
 namespace {
 
@@ -8,41 +9,80 @@ int upper(char c) {
     return toupper(static_cast<unsigned char>(c));
 }
 
+// find: the first byte of text that is the same as c (not NUL); null when there is none.
 struct Exact {
     static bool same(char a, char b) { return a == b; }
+    static const char* find(const char* text, char c) { return strchr(text, c); }
 };
 
 struct IgnoringCase {
-    static bool same(char a, char b) { return a == b || upper(a) == upper(b); }
+    static bool same(char a, char b) { return upper(a) == upper(b); }
+    static const char* find(const char* text, char c) {
+        const int wanted = upper(c);
+        while (*text != '\0' && upper(*text) != wanted) {
+            ++text;
+        }
+        return *text != '\0' ? text : nullptr;
+    }
 };
 
-// Only the last star needs another try: whatever follows an earlier one has matched as far to the left as it
-// can, which leaves the later ones every choice that they would have otherwise.
+enum class Outcome { kMatch, kDiffers, kTextEnds, kStar };
+
+// Compares up to the pattern's next star, which pattern and text are then moved to, or to its end.
 template <typename Case>
-bool matches(const char* pattern, const char* text) {
-    const char* afterStar = nullptr;
-    const char* starEnd = nullptr;
-    while (*text != '\0') {
-        if (*pattern == '*') {
-            afterStar = ++pattern;
-            starEnd = text;
-            if (*pattern == '\0') {
-                return true;
-            }
-        } else if (*pattern != '\0' && (*pattern == '?' || Case::same(*pattern, *text))) {
-            ++pattern;
-            ++text;
-        } else if (afterStar != nullptr) {
-            pattern = afterStar;
-            text = ++starEnd;
-        } else {
-            return false;
+Outcome compare(const char*& pattern, const char*& text) {
+    const char* t = text;
+    for (const char* p = pattern;; ++p, ++t) {
+        if (*p == *t && *p != '*' && *p != '\0') {  // spares the most frequent case the questions below
+            continue;
+        }
+        if (*p == '*') {
+            pattern = p;
+            text = t;
+            return Outcome::kStar;
+        }
+        if (*t == '\0') {
+            return *p == '\0' ? Outcome::kMatch : Outcome::kTextEnds;
+        }
+        if (*p != '?' && (*p == '\0' || !Case::same(*p, *t))) {
+            return Outcome::kDiffers;
         }
     }
-    while (*pattern == '*') {
-        ++pattern;
+}
+
+// Compares what follows a star (not nothing) at one place after the other.
+template <typename Case>
+Outcome search(const char*& pattern, const char*& text) {
+    for (;; ++text) {
+        if (*pattern != '?') {
+            text = Case::find(text, *pattern);
+            if (text == nullptr) {
+                return Outcome::kTextEnds;
+            }
+        }
+        const Outcome outcome = compare<Case>(pattern, text);
+        if (outcome != Outcome::kDiffers) {
+            return outcome;
+        }
     }
-    return *pattern == '\0';
+}
+
+// Only the last star is ever tried again: what stands between two has matched as far to the left as it can,
+// which leaves the rest every choice that it would have otherwise. And where the text ends too early it does
+// so at every later place.
+template <typename Case>
+bool matches(const char* pattern, const char* text) {
+    Outcome outcome = compare<Case>(pattern, text);
+    while (outcome == Outcome::kStar) {
+        do {
+            ++pattern;
+        } while (*pattern == '*');
+        if (*pattern == '\0') {
+            return true;
+        }
+        outcome = search<Case>(pattern, text);
+    }
+    return outcome == Outcome::kMatch;
 }
 
 template <typename Case>
