@@ -24,7 +24,7 @@ bool covers(const char* p, const char* t, int (*form)(int)) {
 }
 
 TEST(Wildcard, FollowsTheRuleUpToFiveCharacters) {
-    for (size_t i = 0; i < 1365 * 364; ++i) {
+    for (size_t i = 0; i < size_t{1365} * 364; ++i) {
         const string pattern = nth(i / 364, "aB*?"), text = nth(i % 364, "abB");
         const char *const p = pattern.c_str(), *const t = text.c_str();
         ASSERT_EQ(patMatch(p, t), covers(p, t, [](int c) { return c; })) << p << " " << t;
