@@ -44,7 +44,7 @@ Outcome compare(const char*& pattern, const char*& text) {
         if (*t == '\0') {
             return *p == '\0' ? Outcome::kMatch : Outcome::kTextEnds;
         }
-        if (*p != '?' && (*p == '\0' || !Case::same(*p, *t))) {
+        if (*p != '?' && !Case::same(*p, *t)) {
             return Outcome::kDiffers;
         }
     }
