@@ -31,6 +31,7 @@
 #include "text/bounded.h"
 #include "text/checksum.h"
 #include "text/convert.h"
+#include "text/eip_tag.h"
 #include "text/growable.h"
 #include "text/parsed_list.h"
 #include "text/regex.h"
