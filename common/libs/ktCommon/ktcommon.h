@@ -33,8 +33,10 @@
 #include "text/convert.h"
 #include "text/eip_tag.h"
 #include "text/growable.h"
+#include "text/hex_dump.h"
 #include "text/parsed_list.h"
 #include "text/regex.h"
+#include "text/scan.h"
 #include "text/wildcard.h"
 #include "time/timestamp.h"
 
