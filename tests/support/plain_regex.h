@@ -39,7 +39,7 @@ class PlainRegex {
     int size() const { return static_cast<int>(pattern_.size()); }
     char at(int i) const { return i < size() ? pattern_[static_cast<size_t>(i)] : '\0'; }
 
-    // Tells whether none of them is "()".
+    // Tells whether there is no "()", behind which the library looks no further.
     bool findGroups() {
         groups_ = {{0, size(), {}}};
         std::vector<size_t> open = {0};
@@ -50,14 +50,16 @@ class PlainRegex {
                 open.push_back(groups_.size());
                 groups_.push_back({i + 1, -1, {}});
             } else if (at(i) == ')') {
+                if (groups_[open.back()].begin == i) {
+                    return false;
+                }
                 groups_[open.back()].end = i;
                 open.pop_back();
             } else if (lengthOf(i) < 0) {
                 break;
             }
         }
-        return std::none_of(groups_.begin() + 1, groups_.end(),
-                            [](const Group& g) { return g.begin == g.end; });
+        return true;
     }
 
     size_t groupAt(int begin) const {
