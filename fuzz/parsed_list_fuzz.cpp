@@ -1,13 +1,11 @@
 // A list that was built and parsed again is the same list.
-#include <cstring>
-
 #include "target.h"
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size < 2 || data[0] == 0 || data[1] == 0) {
         return 0;
     }
-    ParsedNode* const list = parseDelimtedString(textOf(data, size, 2).c_str(), data[0], data[1]);
+    ParsedNode* const list = parseDelimtedString(textOf(data, size, 2).data(), data[0], data[1]);
     char* const text = buildParsedString(list, data[0], data[1]);
     ParsedNode* const again = parseDelimtedString(text, data[0], data[1]);
     const ParsedNode* other = again;

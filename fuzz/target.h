@@ -6,7 +6,8 @@
 
 #include <cstdint>
 #include <cstdlib>
-#include <string>
+#include <cstring>
+#include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
@@ -16,10 +17,13 @@ inline void require(bool holds) {
     }
 }
 
-// The input as text without NUL, from its byte begin on.
-inline std::string textOf(const uint8_t* data, size_t size, size_t begin) {
-    const std::string bytes(data + begin, data + size);
-    return bytes.substr(0, bytes.find('\0'));
+// The input from its byte begin to a NUL or its end, as text in an array of exactly its size.
+inline std::vector<char> textOf(const uint8_t* data, size_t size, size_t begin) {
+    std::vector<char> text(data + begin, data + size);
+    text.push_back('\0');
+    text.resize(strlen(text.data()) + 1);
+    text.shrink_to_fit();
+    return text;
 }
 
 #endif
