@@ -34,6 +34,7 @@
 #include "text/eip_tag.h"
 #include "text/growable.h"
 #include "text/hex_dump.h"
+#include "text/linked_list.h"
 #include "text/parsed_list.h"
 #include "text/regex.h"
 #include "text/scan.h"
