@@ -14,9 +14,14 @@ namespace {
 using Data = void*;
 using kt::test::printedBy;
 
-int valueOf(const void* data) {
-    return data == nullptr ? 0 : *static_cast<const int*>(data);
-}
+struct List : LLNode {
+    explicit List(unsigned elemSize) : LLNode() { llInit(this, elemSize); }
+    ~List() {
+        while (head != nullptr) {
+            llDelete(this, head->data);
+        }
+    }
+};
 
 // The nodes' data, after a look at everything that holds at all times.
 std::vector<Data> contentsOf(const LLNode& list) {
@@ -31,15 +36,8 @@ std::vector<Data> contentsOf(const LLNode& list) {
     return all;
 }
 
-void clear(LLNode& list) {
-    while (list.head != nullptr) {
-        llDelete(&list, list.head->data);
-    }
-}
-
 TEST(LinkedList, FollowsAModel) {
-    LLNode list = {};
-    ASSERT_EQ(llInit(&list, sizeof(int)), &list);
+    List list(sizeof(int));
     std::vector<Data> model;
     Data next = nullptr;
     const auto behind = [&](Data data) -> Data {
@@ -52,7 +50,7 @@ TEST(LinkedList, FollowsAModel) {
             int record = step;
             Data added = llAdd(&list, &record)->data;
             record = 0;
-            EXPECT_EQ(valueOf(added), step);
+            EXPECT_EQ(*static_cast<int*>(added), step);
             next = !model.empty() && next == nullptr ? added : next;
             model.push_back(added);
         } else if (action <= 6 && !model.empty()) {
@@ -74,14 +72,11 @@ TEST(LinkedList, FollowsAModel) {
         ASSERT_TRUE(list.current == nullptr ||
                     std::count(model.begin(), model.end(), list.current->data) == 1);
     }
-    clear(list);
-    EXPECT_EQ(llFirst(&list), nullptr);
 }
 
 TEST(LinkedList, RefusesWhatItCannotDo) {
-    LLNode list = {};
-    llInit(&list, 0);
-    int record = 1;
+    List list(0);
+    const int record = 1;
     EXPECT_EQ(llAdd(&list, nullptr), nullptr);
     llAdd(&list, &record);
     llAdd(&list, &record);
@@ -90,58 +85,50 @@ TEST(LinkedList, RefusesWhatItCannotDo) {
     if (kHeapRefuses) {
         EXPECT_EQ(withHeapGrants(0, [&] { return llAdd(&list, &record); }), nullptr);
     }
-    llDelete(&list, &record);
-    llDelete(&list, nullptr);
+    EXPECT_EQ(llDelete(&list, &list), &list);
+    EXPECT_EQ(llDelete(&list, nullptr), &list);
     EXPECT_EQ(contentsOf(list), two);
-    clear(list);
     EXPECT_TRUE(llInit(nullptr, 1) == nullptr && llAdd(nullptr, &record) == nullptr &&
                 llFirst(nullptr) == nullptr && llNext(nullptr) == nullptr &&
-                llDelete(nullptr, &record) == nullptr);
+                llDelete(nullptr, two[0]) == nullptr);
 }
 
 TEST(LinkedList, ThreadsAddAndDelete) {
-    LLNode list = {};
-    llInit(&list, sizeof(int));
-    const auto work = [&list](int first) {
+    List list(sizeof(int));
+    const auto work = [&list] {
         for (int i = 0; i < 2000; ++i) {
-            const int record = first + i;
-            LLNode* node = llAdd(&list, &record);
-            if (i % 2 == 0) {
-                llDelete(&list, node->data);
-            }
+            const LLNode* node = llAdd(&list, &i);
+            llDelete(&list, i % 2 == 0 ? node->data : nullptr);
         }
     };
-    std::thread other(work, 10000);
-    work(0);
+    std::thread other(work);
+    work();
     other.join();
-    const std::vector<Data> all = contentsOf(list);
-    EXPECT_EQ(all.size(), 2000);
-    clear(list);
+    EXPECT_EQ(contentsOf(list).size(), 2000);
 }
 
 TEST(LinkedList, Shows) {
-    LLNode list = {};
-    llInit(&list, sizeof(int));
-    const int record = 7;
-    const LLNode* first = llAdd(&list, &record);
-    llAdd(&list, &record);
-    const auto shown = [](const void* node, int size, const void* data, const void* next) {
-        char line[120];
-        snprintf(line, sizeof line, "  node: %p - size: %d, data: %p, next: %p\n", node, size, data, next);
+    List list(4);
+    const LLNode* first = llAdd(&list, "one");
+    const LLNode* second = llAdd(&list, "two");
+    const auto shown = [](const char* before, const LLNode* node) {
+        char line[200];
+        snprintf(line, sizeof line, "%s  node: %p - size: 4, data: %p, next: %p\n", before,
+                 static_cast<const void*>(node), node->data, static_cast<void*>(node->next));
         return std::string(line);
     };
-    const std::string nodes =
-        shown(first, 4, first->data, first->next) + shown(first->next, 4, first->next->data, nullptr);
-    EXPECT_EQ(printedBy([&] { llShowAll(&list, "%d\n", 2); }), "2\n" + nodes);
-    EXPECT_EQ(printedBy([&] { llShowAll(&list, nullptr); }), nodes);
-    LLNode own = list;
+    EXPECT_EQ(printedBy([&] { llShowAll(&list, "%d\n", 2); }), shown("2\n", first) + shown("", second));
+    EXPECT_EQ(printedBy([&] {
+                  llShowAll(nullptr, nullptr);
+                  llShow(nullptr, "x");
+              }),
+              "x");
+    LLNode own = *first;
     own.head = own.current = &own;
     char info[80];
     snprintf(info, sizeof info, "x  llInfo: head: %p, curr: %p\n", static_cast<void*>(&own),
              static_cast<void*>(&own));
-    EXPECT_EQ(printedBy([&] { llShow(&own, "%s", "x"); }), info + shown(&own, 4, nullptr, own.next));
-    EXPECT_EQ(printedBy([&] { llShow(nullptr, "%s", "x"); }), "x");
-    clear(list);
+    EXPECT_EQ(printedBy([&] { llShow(&own, "%s", "x"); }), shown(info, &own));
 }
 
 }  // namespace
