@@ -1,12 +1,13 @@
-// The rules of slre_match carried out one after another, without any thought of time: what its results and
-// captures are compared with. Only whether the pattern is well-formed and what a single element matches is
-// asked of the library.
+// The rules of slre_match carried out one after another, without any thought of time: what its results and captures
+// are compared with. Only whether the pattern is well-formed and what a single byte's element matches is asked of the
+// library.
 #ifndef KT_TESTS_SUPPORT_PLAIN_REGEX_H
 #define KT_TESTS_SUPPORT_PLAIN_REGEX_H
 
 #include <ktcommon.h>
 
 #include <algorithm>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -31,9 +32,8 @@ class PlainRegex {
 
   private:
     struct Group {
-        int begin;
-        int end;
-        std::vector<int> bars;
+        size_t number;
+        std::vector<int> ends;  // of its alternatives, the last one's being its own
     };
 
     int size() const { return static_cast<int>(pattern_.size()); }
@@ -41,33 +41,23 @@ class PlainRegex {
 
     // Tells whether there is no "()", behind which the library looks no further.
     bool findGroups() {
-        groups_ = {{0, size(), {}}};
-        std::vector<size_t> open = {0};
-        for (int i = 0; i < size(); i += at(i) == '(' ? 1 : std::max(1, lengthOf(i))) {
-            if (at(i) == '|') {
-                groups_[open.back()].bars.push_back(i);
-            } else if (at(i) == '(') {
-                open.push_back(groups_.size());
-                groups_.push_back({i + 1, -1, {}});
-            } else if (at(i) == ')') {
-                if (groups_[open.back()].begin == i) {
+        std::vector<int> open = {0};
+        groups_[0].number = 0;
+        for (int i = 0, next = 0; i < size(); i = next) {
+            next = at(i) == '(' ? i + 1 : lengthOf(i) < 0 ? size() : i + lengthOf(i);
+            if (at(i) == '(') {
+                groups_[next].number = groups_.size();  // without this one: the right side comes first
+                open.push_back(next);
+            } else if (at(i) == '|' || at(i) == ')') {
+                groups_[open.back()].ends.push_back(i);
+                if (at(i) == ')' && open.back() == i) {
                     return false;
                 }
-                groups_[open.back()].end = i;
-                open.pop_back();
-            } else if (lengthOf(i) < 0) {
-                break;
+                open.resize(open.size() - (at(i) == ')' ? 1 : 0));
             }
         }
+        groups_[0].ends.push_back(size());
         return true;
-    }
-
-    size_t groupAt(int begin) const {
-        size_t number = 1;
-        while (groups_[number].begin != begin) {
-            ++number;
-        }
-        return number;
     }
 
     int lengthOf(int element) const {
@@ -76,7 +66,7 @@ class PlainRegex {
             case '\\':
                 return at(i) == 'x' ? 4 : 2;
             case '(':
-                return groups_[groupAt(i)].end + 1 - element;
+                return groups_.at(i).ends.back() + 1 - element;
             case '[':
                 while (i < size() && at(i) != ']') {
                     i += at(i) == '\\' ? lengthOf(i) : 1;
@@ -87,67 +77,69 @@ class PlainRegex {
         }
     }
 
-    int group(size_t number, const char* text, int span) {
-        int begin = groups_[number].begin;
-        for (const int bar : groups_[number].bars) {
-            const int n = sequence(begin, bar, text, span);
+    int group(int begin, const char* text, int span) {
+        int n = 0;
+        for (const int end : groups_[begin].ends) {
+            n = sequence(begin, end, text, span);
             if (n > 0) {
-                return n;
+                break;
             }
-            begin = bar + 1;
+            begin = end + 1;
         }
-        return sequence(begin, groups_[number].end, text, span);
+        return n;
     }
 
     int sequence(int i, int end, const char* text, int span) {
         int j = 0;
         while (i < end && j <= span) {
-            const int length = lengthOf(i);
+            const int next = i + lengthOf(i);
             if (at(i) == '*' || at(i) == '+' || at(i) == '?') {
                 return -2;
             }
-            if (length <= 0) {
+            if (next <= i) {
                 return -5;
             }
-            const char quantifier = i + length < end ? at(i + length) : '\0';
+            const char quantifier = next < end ? at(next) : '\0';
             if (quantifier == '*' || quantifier == '+') {
-                return repeated(i, i + length, end, text, span, j);
+                return repeated(i, next, end, text, span, j);
             }
             const bool optional = quantifier == '?';
-            const int n = optional ? sequence(i, i + length, text + j, span - j) : one(i, end, text, span, j);
+            const int n = optional ? sequence(i, next, text + j, span - j) : one(i, end, text, span, j);
             if (n < 0 && !optional) {
                 return n;
             }
             j += std::max(0, n);
-            i += length + (optional ? 1 : 0);
+            i = next + (optional ? 1 : 0);
         }
         return j;
     }
 
     int one(int i, int end, const char* text, int span, int j) {
+        const int next = i + lengthOf(i);
         switch (at(i)) {
             case '^':
                 return j == 0 ? 0 : -1;
             case '$':
                 return j == span ? 0 : -1;
             case '(':
-                return groupAndRest(groupAt(i + 1), i + lengthOf(i), end, text + j, span - j);
+                return groupAndRest(i + 1, next, end, text + j, span - j);
             default:
                 break;
         }
         const std::string element =
-            "^" + pattern_.substr(static_cast<size_t>(i), static_cast<size_t>(lengthOf(i)));
+            "^" + std::string(pattern_, static_cast<size_t>(i), static_cast<size_t>(next - i));
         return j == span ? -1 : slre_match(element.c_str(), text + j, 1, nullptr, 0, flags_);
     }
 
-    int groupAndRest(size_t number, int rest, int end, const char* text, int span) {
+    int groupAndRest(int begin, int rest, int end, const char* text, int span) {
         int n = -1;
         for (int shorter = span; shorter >= 0; --shorter) {
-            n = group(number, text, shorter);
+            n = group(begin, text, shorter);
             if (rest == end || (n >= 0 && sequence(rest, end, text + n, span - n) >= 0)) {
                 break;
             }
         }
+        const size_t number = groups_[begin].number;
         if (n > 0 && caps_ != nullptr && static_cast<int>(number) <= numCaps_) {
             caps_[number - 1] = {text, n};
         }
@@ -182,7 +174,7 @@ class PlainRegex {
     RegexCapture* caps_;
     int numCaps_;
     int flags_;
-    std::vector<Group> groups_;
+    std::map<int, Group> groups_;  // by the place behind the "("
 };
 
 inline int plainMatch(const char* regex, const char* text, int length, RegexCapture* caps, int numCaps,

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 #include <ktcommon.h>
 
-#include <array>
 #include <vector>
 
 namespace {
@@ -9,54 +8,42 @@ namespace {
 using std::string;
 constexpr const char* kHeader = "       0  1  2  3  4  5  6  7  8  9  A  B  C  D  E  F\n";
 
-std::vector<unsigned char> bytesOf(int length) {
-    std::vector<unsigned char> bytes;
-    bytes.reserve(1);
-    for (int i = 0; i < length; ++i) {
-        bytes.push_back(static_cast<unsigned char>(0x1C + 7 * i));
-    }
-    return bytes;
+string dumped(const std::vector<unsigned char>& bytes, size_t size, unsigned indent) {
+    std::vector<char> out(size, '#');
+    return strHexout(bytes.data(), static_cast<int>(bytes.size()), out.data(), static_cast<int>(size),
+                     indent);
 }
 
-string dumped(const std::vector<unsigned char>& bytes, int size, unsigned indent) {
-    std::vector<char> out(static_cast<size_t>(size), '#');
-    return strHexout(bytes.data(), static_cast<int>(bytes.size()), out.data(), size, indent);
-}
-
-// One piece after the other, each whole or not at all.
-string pieceByPiece(const std::vector<unsigned char>& bytes, size_t size, int indent) {
+// The whole dump cut into its pieces, and those appended that fit.
+string pieceByPiece(const string& whole, size_t length, size_t margin, size_t size) {
     string text;
-    string column;
-    const auto add = [&](const string& piece) { text += text.size() + piece.size() < size ? piece : ""; };
-    const string margin(static_cast<size_t>(std::max(1, indent)), ' ');
-    for (size_t i = 0; i < bytes.size(); ++i) {
-        std::array<char, 24> piece = {};
-        if (i % 16 == 0) {
-            for (const string& end :
-                 i == 0 ? std::vector<string>{margin + kHeader} : std::vector<string>{"  ", column, "\n"}) {
-                add(end);
-            }
-            column.clear();
-            snprintf(piece.data(), piece.size(), "%04zX  ", i);
-            add(margin + piece.data());
+    size_t at = 0;
+    const auto add = [&](size_t piece) {
+        text += text.size() + piece < size ? whole.substr(at, piece) : "";
+        at += piece;
+    };
+    add(margin + strlen(kHeader));
+    for (size_t done = 0; done < length; done += 16) {
+        const size_t count = std::min<size_t>(16, length - done);
+        add(margin + strlen("0000  "));
+        for (size_t i = 0; i < count; ++i) {
+            add(strlen("00 "));
         }
-        snprintf(piece.data(), piece.size(), "%02X ", bytes[i]);
-        add(piece.data());
-        column += isprint(bytes[i]) != 0 ? static_cast<char>(bytes[i]) : '.';
-    }
-    for (const string& end : {string(3 * (16 - column.size()), ' '), string("  "), column, string("\n")}) {
-        add(bytes.empty() ? "" : end);
+        for (const size_t piece : {3 * (16 - count), size_t{2}, count, size_t{1}}) {
+            add(piece);
+        }
     }
     return text;
 }
 
 TEST(HexDump, DropsThePiecesThatDoNotFit) {
-    for (const int length : {0, 1, 2, 15, 16, 17, 32, 40}) {
-        const std::vector<unsigned char> bytes = bytesOf(length);
-        for (const int indent : {0, 1, 3, 40}) {
-            for (int size = 1; size < 450; ++size) {
-                ASSERT_EQ(dumped(bytes, size, static_cast<unsigned>(indent)),
-                          pieceByPiece(bytes, static_cast<size_t>(size), indent))
+    for (const size_t length : {1, 2, 15, 16, 17, 32, 40}) {
+        const std::vector<unsigned char> bytes(length, 'z');
+        for (const unsigned indent : {0, 3, 40}) {
+            const string whole = dumped(bytes, 1000, indent);
+            for (size_t size = 1; size < 450; ++size) {
+                ASSERT_EQ(dumped(bytes, size, indent),
+                          pieceByPiece(whole, length, std::max(1U, indent), size))
                     << length << " bytes, indent " << indent << ", size " << size;
             }
         }
@@ -64,28 +51,28 @@ TEST(HexDump, DropsThePiecesThatDoNotFit) {
 }
 
 TEST(HexDump, Looks) {
-    EXPECT_EQ(dumped({0x41, 0x00, 0x7F}, 200, 0),
-              " " + string(kHeader) + " 0000  41 00 7F " + string(39, ' ') + "  A..\n");
-    const string large = dumped(std::vector<unsigned char>(0x100011), 6000000, 2);
-    EXPECT_NE(large.find("\n  FFF0  00 "), string::npos);
-    EXPECT_NE(large.find("\n  10000  00 "), string::npos);
-    EXPECT_NE(large.find("\n  100010  00 "), string::npos);
-    const unsigned char byte = 1;
+    std::vector<unsigned char> bytes = {0x41, 0x00, 0x7F};
+    EXPECT_EQ(dumped(bytes, 200, 0),
+              string(" ") + kHeader + " 0000  41 00 7F " + string(39, ' ') + "  A..\n");
+    bytes.resize(0x100011, 0xE9);
+    const string large = dumped(bytes, 6000000, 2);
+    const string line = "E9 E9 E9 E9 E9 E9 E9 E9 E9 E9 E9 E9 E9 E9 E9 E9   ................\n";
+    EXPECT_NE(large.find("\n  FFF0  " + line + "  10000  " + line), string::npos);
+    EXPECT_NE(large.find("\n  100010  E9 " + string(45, ' ') + "  .\n"), string::npos);
     char untouched = '#';
-    EXPECT_EQ(strHexout(&byte, 1, &untouched, 1, 41), nullptr);
-    EXPECT_EQ(strHexout(&byte, 1, &untouched, 0, 0), &untouched);
+    EXPECT_EQ(strHexout(bytes.data(), 1, &untouched, 1, 41), nullptr);
+    EXPECT_EQ(strHexout(bytes.data(), 1, &untouched, 0, 0), &untouched);
     EXPECT_EQ(strHexout(nullptr, 1, &untouched, 1, 0), nullptr);
     EXPECT_EQ(untouched, '#');
-    EXPECT_STREQ(strHexout(&byte, -1, &untouched, 1, 0), "");
+    EXPECT_STREQ(strHexout(bytes.data(), -1, &untouched, 1, 0), "");
 }
 
 TEST(HexDump, RawPairsLeaveRoomForTheTerminator) {
     const unsigned char bytes[] = {0xDE, 0xAD};
-    const char* const expected[] = {"", "", "", "DE", "DE", "DEAD", "DEAD"};
     for (size_t size = 1; size < 7; ++size) {
         std::vector<char> out(size, '#');
         EXPECT_EQ(strHexoutRaw(bytes, 2, out.data(), static_cast<int>(size)), out.data());
-        string whole = expected[size];
+        string whole = string("DEAD").substr(0, (size - 1) / 2 * 2);
         whole.resize(size);
         EXPECT_EQ(string(out.data(), size), whole);
     }

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 // Shows what a daemon leaves behind when it dies. Only functions of external linkage have names in its report.
@@ -48,14 +49,32 @@ int resetUnit(char* args, char** reply) {
     return 0;
 }
 
+// Shows the beginning of a file of the unit as bytes.
+int dumpFile(char* args, char** reply) {
+    unsigned char bytes[128];
+    char text[1024];
+    const int size = args == nullptr ? -1 : fileGetByteContents(bytes, sizeof bytes, "%s", args);
+    sprintf_x(reply, "%s", size < 1 ? "nothing there\n" : strHexout(bytes, size, text, sizeof text, 0));
+    return 0;
+}
+
+int showChecksum(char* args, char** reply) {
+    int size = 0;
+    char* contents = fileGetContents(args, &size);
+    const auto* bytes = reinterpret_cast<const unsigned char*>(contents);
+    sprintf_x(reply, "%d bytes, CRC-32 0x%08X\n", size, CRC32_x(0, bytes, static_cast<unsigned>(size)));
+    free(contents);
+    return 0;
+}
+
 int listCommands(char* /*args*/, char** reply) {
-    sprintf_x(reply, "gwdemo commands\n  ticks\n  reset\n  factory\n  fault\n");
+    sprintf_x(reply, "gwdemo commands\n  ticks\n  reset\n  dump FILE\n  checksum FILE\n  factory\n  fault\n");
     return 0;
 }
 
 CmdEntry commands[] = {
-    {"ticks", showTicks},  {"reset", resetTicks}, {"factory", resetUnit},
-    {"fault", dieOfFault}, {"?", listCommands},   {nullptr, nullptr},
+    {"ticks", showTicks},   {"reset", resetTicks}, {"dump", dumpFile},  {"checksum", showChecksum},
+    {"factory", resetUnit}, {"fault", dieOfFault}, {"?", listCommands}, {nullptr, nullptr},
 };
 
 int run() {
