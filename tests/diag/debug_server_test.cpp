@@ -26,9 +26,7 @@ std::atomic<int> handle;  // that the listener got last
 std::atomic<int> accepted, closed, closedAmiss;
 std::atomic<bool> isHeld;  // the command "held" was called and waits until this is false again
 
-void setCleanExit(int value) {
-    __atomic_store_n(&g_cleanExitRequest, value, __ATOMIC_SEQ_CST);
-}
+void setCleanExit(int value) { __atomic_store_n(&g_cleanExitRequest, value, __ATOMIC_SEQ_CST); }
 
 }  // namespace
 
@@ -139,8 +137,7 @@ CmdEntry table[] = {
     {"big", [](char*, char** reply) { return answer(reply, std::string(kBigReply, 'b'), 0); }},
     {"held", waitWhileHeld},
     {"?", [](char*, char** reply) { return answer(reply, "daemon help %s%n\n", 5); }},
-    {nullptr, nullptr},
-};
+    {nullptr, nullptr}};
 
 // Without their dates.
 std::string takeErrors() {
@@ -172,23 +169,18 @@ TEST_F(DebugServer, ParserTellsWhatItMisses) {
 }
 
 TEST_F(DebugServer, AnswersEachCommand) {
+    // clang-format off
     const std::pair<std::string, std::string> cases[] = {
         {"et\n", "Command 'et\n' not defined. Use '?' for Help\n"},
         {" et", "Command '' not defined. Use '?' for Help\n"},
-        {"FIVE now", "Command 'FIVE' executed, rc 5\n"},
-        {"args ", "Command 'args' executed, rc 0\n"},
-        {"args  a  b \n", " a  b \n"},
-        {"args " + std::string(295, 'x'), std::string(251, 'x')},
+        {"FIVE now", "Command 'FIVE' executed, rc 5\n"}, {"args ", "Command 'args' executed, rc 0\n"},
+        {"args  a  b \n", " a  b \n"}, {"args " + std::string(295, 'x'), std::string(251, 'x')},
         {"rpc", "No command specified\n"},
         {"rpc id -u", "id -u\n-------\n" + std::to_string(getuid()) + "\n"},
-        {"debug", "No command specified\n"},
-        {"debug zf", "set debug options 'zf'\n"},
-        {"tag", "Must specify tag to read by name\n"},
-        {"tag ", "Tag [] = [ 7 %s]\n"},
-        {"tag none", "Tag [none] = []\n"},
-        {"help", kLibraryHelp},
-        {"?", kLibraryHelp + "daemon help %s%n\n"},
-    };
+        {"debug", "No command specified\n"}, {"debug zf", "set debug options 'zf'\n"},
+        {"tag", "Must specify tag to read by name\n"}, {"tag ", "Tag [] = [ 7 %s]\n"},
+        {"tag none", "Tag [none] = []\n"}, {"help", kLibraryHelp}, {"?", kLibraryHelp + "daemon help %s%n\n"}};
+    // clang-format on
     const Server server(table);
     for (const auto& [command, reply] : cases) {
         EXPECT_EQ(ask(command), reply) << command;
@@ -209,15 +201,15 @@ TEST_F(DebugServer, HelpNeedsNoHelpOfTheDaemon) {
 }
 
 TEST_F(DebugServer, EndsByItselfAndSaysWhy) {
+    // clang-format off
     const std::tuple<int, int, bool, std::string, std::string> cases[] = {
         {-1, 1, false, "", "owner isn't available for debug commands\n"},
-        {70000, 1, false,
-         "400 debugCommand: Couldn't start listener for owner on port 70000. 'Invalid argument'\n", ""},
+        {70000, 1, false, "400 debugCommand: Couldn't start listener for owner on port 70000. 'Invalid argument'\n", ""},
         {0, -1, false, "400 Cannot allocate socket': debugCmd: -1\n", "debugCmd: can't get socket: -1\n"},
         {0, 0, false, "400 Cannot allocate socket': debugCmd: 0\n", "debugCmd: can't get socket: 0\n"},
         {0, -5, true, "400 Cannot allocate socket': debugCmd: -5\n", "debugCmd: can't get socket: -5\n"},
-        {0, -1, true, "", ""},
-    };
+        {0, -1, true, "", ""}};
+    // clang-format on
     for (const auto& [itsPort, result, isEnded, logged, said] : cases) {
         std::tie(port, listenerResult, isTornDown) = std::tie(itsPort, result, isEnded);
         g_hDebugServer = 99;

@@ -13,9 +13,7 @@
 
 // In place of the sibling's.
 static int traceRequests;
-int sqlSetOption(int option, int value) {
-    return traceRequests += option == 1 && value == 1 ? 1 : 100;
-}
+int sqlSetOption(int option, int value) { return traceRequests += option == 1 && value == 1 ? 1 : 100; }
 
 namespace {
 
@@ -44,8 +42,7 @@ TEST_F(Debug, OptionStrings) {
         {"!zfsRt", 0, "OFF", 0},
         {"-zfsRt", 0x4AB, "on: General, File, Sockets(recv), Tags", 0},
         {"sTARSnR", 0x43D, "on: General, Sockets(recv)(send), Network", 0},
-        {"qTRTxSpT", 0x741, "on: General, SQL(trace)(trace), XML, Protocol", 2},
-    };
+        {"qTRTxSpT", 0x741, "on: General, SQL(trace)(trace), XML, Protocol", 2}};
     for (const auto& [options, mode, printed, traces] : cases) {
         unsigned result = 0;
         traceRequests = 0;
@@ -75,8 +72,7 @@ TEST_F(Debug, HelpAndFileNameCarryTheOwnName) {
 TEST_F(Debug, EachCategoryFollowsItsOwnBit) {
     const std::pair<int (*)(int, const char*, ...), unsigned> categories[] = {
         {__debug, 0x001},     {__debugNetwork, 0x004},  {__debugSockets, 0x008}, {__debugSQL, 0x040},
-        {__debugTags, 0x080}, {__debugProtocol, 0x100}, {__debugXML, 0x200},
-    };
+        {__debugTags, 0x080}, {__debugProtocol, 0x100}, {__debugXML, 0x200}};
     for (const auto& [write, bit] : categories) {
         int formatted = 0;
         const auto writeOne = [&, write = write] {

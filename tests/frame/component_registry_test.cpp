@@ -36,11 +36,7 @@ TEST(ComponentRegistry, TableIsWellFormed) {
 
 TEST(ComponentRegistry, UnknownIdsHaveTextsOfTheirOwn) {
     const std::tuple<int, const char*, const char*> cases[] = {
-        {5, "(??? 5)", "0005"},
-        {0, "(??? 0)", "0000"},
-        {-7, "(??? -7)", "-007"},
-        {346, "(??? 346)", "0346"},
-    };
+        {5, "(??? 5)", "0005"}, {0, "(??? 0)", "0000"}, {-7, "(??? -7)", "-007"}, {346, "(??? 346)", "0346"}};
     for (const auto& [id, name, tag] : cases) {
         EXPECT_EQ(getComponentInfoPtr(id)->id, 0);
         EXPECT_STREQ(getComponentName(id), name);

@@ -94,11 +94,7 @@ int exitLate(char* args, char** reply) {
 }
 
 CmdEntry commands[] = {
-    {"down", tearDown},
-    {"exit-late", exitLate},
-    {"down-late", tearDownLate},
-    {nullptr, nullptr},
-};
+    {"down", tearDown}, {"exit-late", exitLate}, {"down-late", tearDownLate}, {nullptr, nullptr}};
 
 void startDaemon() {
     setProcessName("library_case");
@@ -132,12 +128,10 @@ TEST(Library, EndsFromAnyThreadAtAnyTime) {
         const char* command;
         bool waitsForHandler, exitsDuringDrain, exitBlocks;
         int status;  // that of main's exit is 7
-    } const cases[] = {
-        {"et", false, false, true, 7},        {"exit", false, true, true, 1},
-        {"exit-late", true, false, true, 7},  {"exit-late", true, false, false, 7},
-        {"down-late", true, false, false, 7}, {"down-late", true, false, true, 7},
-        {"down", true, false, true, 7},       {"down", false, true, true, 7},
-    };
+    } const cases[] = {{"et", false, false, true, 7},        {"exit", false, true, true, 1},
+                       {"exit-late", true, false, true, 7},  {"exit-late", true, false, false, 7},
+                       {"down-late", true, false, false, 7}, {"down-late", true, false, true, 7},
+                       {"down", true, false, true, 7},       {"down", false, true, true, 7}};
     for (const auto& run : cases) {
         new (&shared) Shared();
         const int status = inChild([&run] {

@@ -57,8 +57,7 @@ TEST(Product, ManufacturingFieldsAreFoundFromTheLastLineUp) {
         {"productID=" + longest + "yz\nserial=" + longest + "\n", "|" + longest + "||" + longest + "||||"},
         {"productID=1\nserial=2\n" + std::string(1, '\0') + "macAddress=3\n", "|1||2||||"},
         {"serial=1\n" + std::string(1013, '#') + "\nmacAddress=2\n", "|||1||||"},
-        {"", "|||||||"},
-    };
+        {"", "|||||||"}};
     for (const auto& [file, fields] : cases) {
         setContents(kMfgFile, file);
         inFreshProcess([&, fields = fields] {
@@ -145,12 +144,10 @@ TEST(Product, ProgramLinesFollowTheTarget) {
         int level;
         bool isExpansion;
         const char* printed;
-    } const cases[] = {
-        {"/dev/mtd7", "Gateway", 0, true, "Holding PROG_B\n"},
-        {"/dev/mtd5.exp", "gateWAY", 1, true, "Releasing PROG_B\n"},
-        {"/dev/mtd3", "Bridge", 0, false, "Holding PROG_B\n"},
-        {nullptr, "Gateway", 2, false, "Releasing PROG_B\n"},
-    };
+    } const cases[] = {{"/dev/mtd7", "Gateway", 0, true, "Holding PROG_B\n"},
+                       {"/dev/mtd5.exp", "gateWAY", 1, true, "Releasing PROG_B\n"},
+                       {"/dev/mtd3", "Bridge", 0, false, "Holding PROG_B\n"},
+                       {nullptr, "Gateway", 2, false, "Releasing PROG_B\n"}};
     ProductInfo* info = nullptr;
     getProductInfo(&info);
     takeJournal();

@@ -23,9 +23,7 @@ std::string outputOf(const char* command) {
     return output;
 }
 
-std::string filesOfUnit() {
-    return outputOf("cd /usr/local/data && find * /var/lognv/kt -type f | sort");
-}
+std::string filesOfUnit() { return outputOf("cd /usr/local/data && find * /var/lognv/kt -type f | sort"); }
 
 void useUnit() {
     (void)!system(

@@ -10,8 +10,6 @@ inline bool covers(const char* p, const char* t, int (*form)(int)) {
                                     : (*p == '?' || form(*p) == form(*t)) && covers(p + 1, t + 1, form);
 }
 
-inline int identity(int c) {
-    return c;
-}
+inline int identity(int c) { return c; }
 
 #endif

@@ -177,13 +177,9 @@ void runRounds(int rounds) {
     std::for_each(waiters.begin(), waiters.end(), [](std::thread& waiter) { waiter.join(); });
 }
 
-TEST(Event, NoWakeUpIsLostAndNoTimeOutEarly) {
-    runRounds(2000);
-}
+TEST(Event, NoWakeUpIsLostAndNoTimeOutEarly) { runRounds(2000); }
 
-TEST(Event, DISABLED_soakRounds) {
-    runRounds(100000);
-}
+TEST(Event, DISABLED_soakRounds) { runRounds(100000); }
 
 TEST(Event, FailuresAreReportedWhileDebugging) {
     const auto fail = [] {

@@ -56,8 +56,7 @@ TEST(LockFile, ValuesDecideWhoWaits) {
         {"\0"s, fileSetLock, "\0"s, lines("fSL")},
         {"\7", fileSetLock, "\0"s, lines("fSL")},
         {"\7", fileFreeLock, "\1", lines("fFL")},
-        {kMissing, never, "\11", lines("%s")},
-    };
+        {kMissing, never, "\11", lines("%s")}};
     gDebugMode = DEBUG_GENERAL;
     for (const auto& [before, call, after, printed] : cases) {
         write(before);

@@ -29,9 +29,7 @@ const std::string kLongest(239, 'x');
 std::atomic<int> requests, calls;
 bool isLeft;  // the semaphore's file, in the latest call
 
-std::string pathOf(const std::string& moduleName) {
-    return "/dev/shm/sem.ktCleanExit_" + moduleName;
-}
+std::string pathOf(const std::string& moduleName) { return "/dev/shm/sem.ktCleanExit_" + moduleName; }
 
 // In a detached thread that could report a stack overflow, after the line and without the semaphore.
 void onShutdown() {

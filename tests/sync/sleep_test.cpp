@@ -44,8 +44,7 @@ TEST(Sleep, Deadlines) {
         {{100, 250999}, [](timespec*) { return tsleep_s(0); }, {100, 250000}, ETIMEDOUT, ETIMEDOUT},
         {{kLast - 1, 0}, [](timespec*) { return tsleep_s(UINT_MAX); }, {kLast, 0}, EINVAL, EINVAL},
         {{100, 700000000}, [](timespec*) { return usleep_s(2500000); }, {103, 200000000}, ETIMEDOUT, 0},
-        {{1, 999999000}, [](timespec*) { return usleep_s(UINT_MAX); }, {4296, 967294000}, EINVAL, EINVAL},
-    };
+        {{1, 999999000}, [](timespec*) { return usleep_s(UINT_MAX); }, {4296, 967294000}, EINVAL, EINVAL}};
     gDebugMode = DEBUG_GENERAL;
     for (const auto& [now, call, expected, wait, result] : cases) {
         timespec deadline = {7, 7};

@@ -186,13 +186,9 @@ void restartWorkers(int rounds) {
     pool.cancel();
 }
 
-TEST(ThreadPool, ReplacesWorkersHoweverTheyEnd) {
-    restartWorkers(20);
-}
+TEST(ThreadPool, ReplacesWorkersHoweverTheyEnd) { restartWorkers(20); }
 
-TEST(ThreadPool, DISABLED_soakRestarts) {
-    restartWorkers(2000);
-}
+TEST(ThreadPool, DISABLED_soakRestarts) { restartWorkers(2000); }
 
 TEST(ThreadPool, PriorityIsTheCallingThreadsOwn) {
     const int own = getpriority(PRIO_PROCESS, 0);
@@ -203,8 +199,7 @@ TEST(ThreadPool, PriorityIsTheCallingThreadsOwn) {
             {SCHED_FIFO, 0, 22, own, "SetThreadPriority, pthread_setschedparam failed with rc=22\n"},
             {SCHED_OTHER, 10, 0, 10, ""},
             {SCHED_BATCH, 4, -1, 10,
-             "SetThreadPriority, setpriority failed with rc=-1, nicePriority=4, tid=" + tid + "\n"},
-        };
+             "SetThreadPriority, setpriority failed with rc=-1, nicePriority=4, tid=" + tid + "\n"}};
         for (const auto& [policy, nice, result, effective, line] : cases) {
             const auto call = [p = policy, n = nice, r = result] { EXPECT_EQ(SetThreadPriority(p, n), r); };
             EXPECT_EQ(kt::test::withoutHeads(printedBy(call)), line);

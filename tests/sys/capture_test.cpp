@@ -50,8 +50,7 @@ TEST(Capture, CommandLineAndItsArgument) {
         {systemBufferEcho, "printf '123456789abcdef\\n123456789abcde\\n'", nullptr, "123456789abcde\n"},
         {systemBufferEcho, "printf 'ab\\0cd\\nef\\n'", nullptr, "abef\n"},
         {sysBuffEcho_alt, "/bin/echo", nullptr, "\n"},
-        {sysBuffEcho_alt, "/bin/echo", "a  b | tr ab cd", "c d\n"},
-    };
+        {sysBuffEcho_alt, "/bin/echo", "a  b | tr ab cd", "c d\n"}};
     for (const auto& [function, command, argument, expected] : cases) {
         char output[16] = "before";
         EXPECT_EQ(function(command, argument, output, sizeof output), strlen(expected)) << command;

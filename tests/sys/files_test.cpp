@@ -39,13 +39,9 @@ const char* const kNull = nullptr;  // as a format the compiler would not let it
 const std::string kEnd(4, '\0');
 const std::string kBig(200000, 'b');
 
-void store(const std::string& bytes) {
-    kt::test::setContents(kPath, bytes);
-}
+void store(const std::string& bytes) { kt::test::setContents(kPath, bytes); }
 
-std::string stored(const std::string& path = kPath) {
-    return kt::test::contentsOf(path);
-}
+std::string stored(const std::string& path = kPath) { return kt::test::contentsOf(path); }
 
 // With the four bytes behind it; "no b" for null and size 0.
 std::string contents(const char* path) {
@@ -79,8 +75,7 @@ TEST(Files, AreReadWhateverTheyAre) {
         {kFifo, 1, 0, kEnd, -1, 0, 0},
         {"/dev/zero", 1, 0, kEnd, 1, 0, 0},
         {"/proc/filesystems", 1, 0, kEnd, 1, 'n', 0},
-        {"/sys/kernel/uevent_seqnum", 1, 4096, number + kEnd, 1, number[0], 0},
-    };
+        {"/sys/kernel/uevent_seqnum", 1, 4096, number + kEnd, 1, number[0], 0}};
     for (const auto& [path, exists, size, whole, got, first, inverted] : cases) {
         char buffer[] = "##";
         char* result = nullptr;
@@ -124,10 +119,9 @@ TEST(Files, ShortReadsAndChangesMeanwhile) {
 TEST(Files, AreWrittenWithTheirDirectories) {
     ASSERT_TRUE(chdir("/tmp") == 0 && (mkfifo(kFifo, 0600) == 0 || errno == EEXIST));
     const std::tuple<const char*, std::string, int> cases[] = {
-        {"/tmp/put/1/2/text", "100%s\n", 1}, {"put/text", kBig, 1},    {"put/text", "\xFF", 1},
-        {"files_test", "text", 1},           {"files_test", "", 0},    {"/tmp", "text", -2},
-        {"files_fifo", "nobody reads", -2},  {"/dev/full", "text", 0},
-    };
+        {"/tmp/put/1/2/text", "100%s\n", 1}, {"put/text", kBig, 1},   {"put/text", "\xFF", 1},
+        {"files_test", "text", 1},           {"files_test", "", 0},   {"/tmp", "text", -2},
+        {"files_fifo", "nobody reads", -2},  {"/dev/full", "text", 0}};
     for (const auto& [path, text, result] : cases) {
         EXPECT_EQ(filePutContents(path, "%s", text.c_str()), result) << path;
         EXPECT_TRUE(result < 0 || path == "/dev/full"s || stored(path) == text) << path;
@@ -161,8 +155,7 @@ TEST(Files, TextIsEditedInPlace) {
         {MODIFY_DELETE_TO, 0, 0, "BEGIN", "END", "BEGIN\n1\n2\nEND\n", "BEGIN\nEND\n"},
         {MODIFY_DELETE_TO, 1, 9, "BEGIN", "\nEND", "BEGIN\nEND 1\nEND", "BEGIN\n\nEND"},
         {MODIFY_DELETE_TO, 0, 0, "BEGIN", "END", "END\nBEGIN\n", "END\nBEGIN\n"},
-        {MODIFY_DELETE_TO, 0, 0, nullptr, "END", "a\nEND\n", "a\nEND\n"},
-    };
+        {MODIFY_DELETE_TO, 0, 0, nullptr, "END", "a\nEND\n", "a\nEND\n"}};
     store("");
     ASSERT_EQ(link(kPath, "/tmp/files_link"), 0);
     for (const auto& [mode, direction, lines, needle, text, before, after] : cases) {
@@ -174,17 +167,14 @@ TEST(Files, TextIsEditedInPlace) {
 }
 
 TEST(Files, RefusedEditsAreReported) {
+    // clang-format off
     const std::tuple<const char*, const char*, const char*, unsigned, int, const char*> cases[] = {
-        {nullptr, "a", "X", 1, -1, ""},
-        {kPath, "a", nullptr, 2, -1, ""},
-        {kPath, nullptr, "X", 1, -2, ""},
-        {kPath, nullptr, "X", 2, -2, ""},
-        {kPath, nullptr, "X", 3, -1, ""},
-        {kPath, "a", "X", 3, -1, ""},
+        {nullptr, "a", "X", 1, -1, ""}, {kPath, "a", nullptr, 2, -1, ""}, {kPath, nullptr, "X", 1, -2, ""},
+        {kPath, nullptr, "X", 2, -2, ""}, {kPath, nullptr, "X", 3, -1, ""}, {kPath, "a", "X", 3, -1, ""},
         {kPath, "A", "X", 2, -1, "310 Couldn't find [A] in /tmp/files_test\n"},
         {"/nowhere", "a", "X", 3, -3, "310 Couldn't open /nowhere\n"},
-        {"/tmp", "a", "X", 1, -3, "310 Couldn't open /tmp\n"},
-    };
+        {"/tmp", "a", "X", 1, -3, "310 Couldn't open /tmp\n"}};
+    // clang-format on
     store("a\0b"s);
     for (const auto& [path, needle, text, mode, result, log] : cases) {
         logged.clear();

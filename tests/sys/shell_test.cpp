@@ -33,8 +33,7 @@ TEST(Shell, ExitCodesAndDebugLines) {
     const std::pair<std::string, Outcome> cases[] = {
         {"exit 3", {3, "systemEx: 768.3.[exit 3]\n"}},
         {"/no/such 2>/dev/null", {127, "systemEx: 32512.127.[/no/such 2>/dev/null]\n"}},
-        {"kill -9 $$", {0, "systemEx: 9.0.[kill -9 $$]\n"}},
-    };
+        {"kill -9 $$", {0, "systemEx: 9.0.[kill -9 $$]\n"}}};
     for (const auto& [command, expected] : cases) {
         EXPECT_EQ(outcomeOf(systemEx, command), expected);
         EXPECT_EQ(outcomeOf(systemExec, command), expected);
@@ -63,8 +62,7 @@ TEST(Shell, CommandHoldsItsLockUntilItEndsOrIsCancelled) {
 
 TEST(Shell, AnyReplies) {
     const std::pair<std::string, int> cases[] = {
-        {"", -1}, {"3", 3}, {" -12 apples\n", -12}, {"none", 0}, {std::string(78, '0') + "427777777", 42},
-    };
+        {"", -1}, {"3", 3}, {" -12 apples\n", -12}, {"none", 0}, {std::string(78, '0') + "427777777", 42}};
     const int listener = simpleBind(socketGetDebugPortByName("365"));
     for (const auto& [reply, result] : cases) {
         auto outcome = std::async(std::launch::async, outcomeOf, tsSystemEx, "1% %n");

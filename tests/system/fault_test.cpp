@@ -142,13 +142,9 @@ void expectReports(bool isSoak) {
     }
 }
 
-TEST(Fault, IsReportedWhereverItHappens) {
-    expectReports(false);
-}
+TEST(Fault, IsReportedWhereverItHappens) { expectReports(false); }
 
-TEST(Fault, DISABLED_soak) {
-    expectReports(true);
-}
+TEST(Fault, DISABLED_soak) { expectReports(true); }
 
 // The symbol of a function whose name has so many numbers, and how it is shown.
 std::pair<std::string, std::string> nameWith(int numbers) {
@@ -177,24 +173,22 @@ TEST(Fault, IsReportedThoughFunctionsHangOrFault) {
     const std::string raw = "( " + symbol + " + 0x";
     const std::string number = "] \nFrame:   1: [0x";  // of a frame that otherwise has a name
     const std::string everything = "malloc realloc dladdr localtime_r __cxa_demangle logStackTrace exit";
-    const Case cases[] = {
-        {symbol, "inMain", "malloc realloc", raw},
-        {symbol, "inMain", "__cxa_demangle!", raw},
-        {symbol, "inMain", "dladdr", number},
-        {symbol, "inMain", "localtime_r", shown},
-        {symbol, "inMain", "exit", shown},
-        {symbol, "inMain", "exit!", shown},
-        {symbol, "inMain", "logStackTrace", shown, "", false},
-        {symbol, "inMain", "logStackTrace!", shown, "", false},
-        {symbol, "inMain", "logStackTrace*", shown, "", false},
-        {symbol, "inMain", "logStackTrace?", shown},
-        {"faultCancelled", "inWorker", "", "( faultCancelled() + 0x"},
-        {symbol, "inMain", everything, number, "", false},
-        {symbol, "inPort", everything, number, "", false},
-        {symbol, "inChild", "", shown},
-        {symbol, "besideAssertion", "logStackTrace", shown, "", false},
-        {"failAssertion", "inMain", "logStackTrace!", "( failAssertion() + 0x", "", false},
-    };
+    const Case cases[] = {{symbol, "inMain", "malloc realloc", raw},
+                          {symbol, "inMain", "__cxa_demangle!", raw},
+                          {symbol, "inMain", "dladdr", number},
+                          {symbol, "inMain", "localtime_r", shown},
+                          {symbol, "inMain", "exit", shown},
+                          {symbol, "inMain", "exit!", shown},
+                          {symbol, "inMain", "logStackTrace", shown, "", false},
+                          {symbol, "inMain", "logStackTrace!", shown, "", false},
+                          {symbol, "inMain", "logStackTrace*", shown, "", false},
+                          {symbol, "inMain", "logStackTrace?", shown},
+                          {"faultCancelled", "inWorker", "", "( faultCancelled() + 0x"},
+                          {symbol, "inMain", everything, number, "", false},
+                          {symbol, "inPort", everything, number, "", false},
+                          {symbol, "inChild", "", shown},
+                          {symbol, "besideAssertion", "logStackTrace", shown, "", false},
+                          {"failAssertion", "inMain", "logStackTrace!", "( failAssertion() + 0x", "", false}};
     for (const Case& one : cases) {
         expectReport(one);
     }

@@ -15,9 +15,7 @@
 
 #define SHOWN [[gnu::noipa]]  // in frames; ends with a use of `result`, so that no call before is a jump
 #define FAULT(name, expression) \
-    SHOWN void name() {         \
-        result = expression;    \
-    }
+    SHOWN void name() { result = expression; }
 
 volatile int result;
 volatile int zero;
@@ -53,9 +51,7 @@ void step(const char* name) {
     }
 }
 
-auto function(const char* symbol) {
-    return reinterpret_cast<void (*)()>(dlsym(RTLD_DEFAULT, symbol));
-}
+auto function(const char* symbol) { return reinterpret_cast<void (*)()>(dlsym(RTLD_DEFAULT, symbol)); }
 
 }  // namespace
 
@@ -92,9 +88,7 @@ SHOWN int overflow() {
     return result < 0 ? 0 : overflow() + frame[0];
 }
 
-SHOWN int fieldOf(const int* field) {
-    return *field;
-}
+SHOWN int fieldOf(const int* field) { return *field; }
 
 FAULT(askNull, fieldOf(nowhere))
 
@@ -141,13 +135,9 @@ SHOWN void inMain() {
     result = 0;
 }
 
-void inWorker() {
-    std::thread(inMain).detach();
-}
+void inWorker() { std::thread(inMain).detach(); }
 
-void inPort() {
-    std::thread(debugCommand_t, nullptr).detach();
-}
+void inPort() { std::thread(debugCommand_t, nullptr).detach(); }
 
 // What the debug port's thread asks first.
 extern "C" int socketGetDebugPortByName(const char*) {

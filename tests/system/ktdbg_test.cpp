@@ -65,23 +65,18 @@ Result run(const std::string& line) {
 
 TEST(KtdbgReply, DecidesTheExitCodeAndIsPrintedUpToItsNul) {
     const std::string longest(256, 'c');
+    // clang-format off
     const std::tuple<std::string, std::string, int> cases[] = {
-        {"et", "Process has been running for 3s\n\0"s, 0},
-        {"et", "\x01\xff%s%n\r\x1b[2J\0behind\0more"s, 0},
-        {"et", "\0"s, 0},
-        {"rpc cat  x", std::string(1000000, 'x') + '\0', 0},
+        {"et", "Process has been running for 3s\n\0"s, 0}, {"et", "\x01\xff%s%n\r\x1b[2J\0behind\0more"s, 0},
+        {"et", "\0"s, 0}, {"rpc cat  x", std::string(1000000, 'x') + '\0', 0},
         {"nix a", "Command 'nix' not defined. Use '?' for Help\n\0"s, 1},
-        {"go", "Command 'go' executed, rc 5\n\0"s, 1},
-        {"go", "Command 'go' executed, rc -1\n\0"s, 1},
-        {"go", "Command 'go' executed, rc 0\n\0"s, 0},
-        {"rpc", "No command specified\n\0"s, 1},
+        {"go", "Command 'go' executed, rc 5\n\0"s, 1}, {"go", "Command 'go' executed, rc -1\n\0"s, 1},
+        {"go", "Command 'go' executed, rc 0\n\0"s, 0}, {"rpc", "No command specified\n\0"s, 1},
         {"tag", "Must specify tag to read by name\n\0"s, 1},
-        {"log", "seen: Command 'log' executed, rc 5\nNo command specified\n\0"s, 0},
-        {"exits", "", 5},
-        {"ExIt", "", 0},
-        {"exit now", "", 0},
-        {longest, "Command '" + longest + "' not defined. Use '?' for Help\n\0"s, 1},
-    };
+        {"log", "seen: Command 'log' executed, rc 5\nNo command specified\n\0"s, 0}, {"exits", "", 5},
+        {"ExIt", "", 0}, {"exit now", "", 0},
+        {longest, "Command '" + longest + "' not defined. Use '?' for Help\n\0"s, 1}};
+    // clang-format on
     for (const auto& [command, reply, exitCode] : cases) {
         SCOPED_TRACE(command.substr(0, 10) + ": " + reply.substr(0, 60));
         Result result;

@@ -15,8 +15,7 @@ TEST(EipTag, IsAnAssemblyObject) {
         {"1[3]x", "EthernetIP", " is not an assembly object EIP tag, reason: regex mismatch\n"},
         {nullptr, "EthernetIP", " is not an assembly object EIP tag, reason: regex mismatch\n"},
         {"100", "EtherNetIP", " is not an assembly object EIP tag, reason: Not EIP\n"},
-        {"%s", nullptr, " is not an assembly object EIP tag, reason: Not EIP\n"},
-    };
+        {"%s", nullptr, " is not an assembly object EIP tag, reason: Not EIP\n"}};
     for (const auto& [tag, driver, found] : cases) {
         const void* const record[] = {"", "", "", "", "", "", "EthernetIP", driver, "EthernetIP"};
         const auto ask = [&record, name = tag] { return isEipAssemblyObjectTagMap(name, record); };

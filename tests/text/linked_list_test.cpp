@@ -118,11 +118,7 @@ TEST(LinkedList, Shows) {
         return std::string(line);
     };
     EXPECT_EQ(printedBy([&] { llShowAll(&list, "%d\n", 2); }), shown("2\n", first) + shown("", second));
-    EXPECT_EQ(printedBy([&] {
-                  llShowAll(nullptr, nullptr);
-                  llShow(nullptr, "x");
-              }),
-              "x");
+    EXPECT_EQ(printedBy([] { llShowAll(nullptr, nullptr), llShow(nullptr, "x"); }), "x");
     LLNode own = *first;
     own.head = own.current = &own;
     char info[80];
