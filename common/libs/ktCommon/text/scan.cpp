@@ -277,9 +277,7 @@ int isValidChr(int c, const char* invalid) {
     if (c < -128 || c > 255 || isprint(static_cast<unsigned char>(c)) == 0) {
         return 0;
     }
-    const bool forbidden =
-        invalid != nullptr && static_cast<char>(c) != '\0' && strchr(invalid, c) != nullptr;
-    return forbidden ? 0 : 1;
+    return invalid != nullptr && strchr(invalid, c) != nullptr ? 0 : 1;
 }
 
 int isValidStr(const char* s, const char* invalid) {
