@@ -83,10 +83,10 @@ TEST(Scan, FindsOptions) {
 TEST(Scan, ReadsNumbers) {
     string values;
     for (const char* text : {"0x1A", "0b101", "12abc", static_cast<const char*>(nullptr), "0x", "0X1A",
-                             "0xfFg", "-7", "0x180000001", "99999999999", "0b", ""}) {
+                             "0xfFg", "-7", "0x80000001", "0x100000000f", "99999999999", "0b", ""}) {
         values += std::to_string(getValue(text, 5)) + " ";
     }
-    EXPECT_EQ(values, "26 5 12 -26743 5 0 255 -7 -2147483647 2147483647 0 0 ");
+    EXPECT_EQ(values, "26 5 12 -26743 5 0 255 -7 -2147483647 -1 2147483647 0 0 ");
     EXPECT_EQ(parseBinary("2101"), 5);
     EXPECT_EQ(parseBinary(string("1" + string(31, '0') + "1").c_str()), 1);
 }

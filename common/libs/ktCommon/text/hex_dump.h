@@ -14,7 +14,8 @@ extern "C" {
 
 // Writes a header line, then a line for every 16 bytes: the indent, the offset in at least four digits, the
 // bytes in upper-case hexadecimal, their printable characters (a full stop for any other). The indent is a
-// blank right-aligned in `indent` columns: 0 and 1 give the same. A whole line takes 73 bytes at indent 1.
+// blank right-aligned in `indent` columns: 0 and 1 give the same. At indent 1 the header line takes 55 bytes
+// with its line feed and a whole line 74, from offset 0x10000 on 75 and so forth.
 // The text is made of pieces: the header line, a line's offset, each byte with its blank, the blanks that
 // fill a short line, two blanks, the characters, the line feed. A piece that does not fit with the terminator
 // is left out whole, and the following ones are still tried. Returns out, empty when len is 0 or less; null,

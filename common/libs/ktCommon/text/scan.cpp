@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cctype>
+#include <climits>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -42,7 +43,7 @@ int hexadecimal(const char* s, int dflt) {
     }
     unsigned value = 0;
     for (; digit(*s) != kNoDigit; ++s) {
-        value = value << 4 | digit(*s);
+        value = value > UINT_MAX >> 4 ? UINT_MAX : value << 4 | digit(*s);
     }
     return static_cast<int>(value);
 }
@@ -62,7 +63,7 @@ char* _nextString(char* s, int offset) {
     if (s == nullptr) {
         return nullptr;
     }
-    char* token = s + offset + 1;
+    char* token = s + (offset + 1);
     while (isSpace(*token)) {
         ++token;
     }

@@ -46,7 +46,8 @@ KT_API int checkOptionsList(const char* list, const char* delims, const char* op
 // Returns the number of bytes equal to ch; 0 for NUL.
 KT_API int charCount(const char* s, int ch);
 
-// Reads "0x" as hexadecimal (its low 32 bits; dflt without a digit), "0b" as parseBinary, the rest as atol_s.
+// Reads "0x" as hexadecimal (at most 0xFFFFFFFF, which is -1; dflt without a digit), "0b" as parseBinary, the
+// rest as atol_s.
 // Returns the number; -26743 when s is null.
 KT_API int getValue(const char* s, int dflt);
 
