@@ -1,5 +1,5 @@
-// Cyclic redundancy checks of byte blocks: the CRC-32 of Ethernet and archives, and the CRC-16 of Modbus serial
-// frames.
+// Cyclic redundancy checks of byte blocks: the CRC-32 of Ethernet and archives, and the CRC-16 of Modbus
+// serial frames.
 //
 // Data may begin at any address. Nothing here keeps state, allocates, blocks or is a cancellation point: both
 // functions may run in any thread and in a signal handler.
@@ -12,8 +12,8 @@
 extern "C" {
 #endif
 
-// Carries a CRC-32 (polynomial 0x04C11DB7, reflected, complemented at start and end) on over the next piece of
-// a block. crc: 0 for the first piece, then the result for the pieces before.
+// Carries a CRC-32 (polynomial 0x04C11DB7, reflected, complemented at start and end) on over the next piece
+// of a block. crc: 0 for the first piece, then the result for the pieces before.
 // Returns the CRC-32 of all pieces so far; crc when len (in bytes) is 0 or data is null.
 KT_API unsigned CRC32_x(unsigned crc, const unsigned char* data, unsigned len) KT_WARN_UNUSED;
 

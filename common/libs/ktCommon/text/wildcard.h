@@ -3,8 +3,8 @@
 //
 // A pattern matches when it covers the whole text. Characters are bytes; those of 0x80 and above are
 // characters like others. Takes at most time proportional to the product of both lengths, and constant
-// stack. Nothing here keeps state, allocates, blocks or is a cancellation point: both functions may run in any
-// thread and in a signal handler.
+// stack. Nothing here keeps state, allocates, blocks or is a cancellation point: both functions may run in
+// any thread and in a signal handler.
 #ifndef KT_TEXT_WILDCARD_H
 #define KT_TEXT_WILDCARD_H
 
