@@ -39,9 +39,9 @@ typedef struct LLNode {
 // elemSize bytes, which may be 0. Returns list.
 KT_API LLNode* llInit(LLNode* list, unsigned elemSize);
 
-// Appends a copy of the list's size in bytes of *record, which stays the caller's. An iteration that has come
-// to the end (and a list of one element) goes on with it. Returns the new node; null, with the list
-// unchanged, when list or record is null or memory is short.
+// Appends a copy of the list's size in bytes of *record, which stays the caller's. In a list that is not
+// empty an iteration that has come to the end, or has returned the only element, goes on with it. Returns the
+// new node; null, with the list unchanged, when list or record is null or memory is short.
 KT_API LLNode* llAdd(LLNode* list, const void* record);
 
 // Starts the iteration over. Returns the first element's data; null when the list is empty.
