@@ -45,8 +45,11 @@ class PlainRegex {
         if (pattern_[element] == '\\') {
             return pattern_[i] == 'x' ? 4 : 2;
         }
+        i += pattern_[element] == '[' && pattern_[i] == '^' ? 1 : 0;
         while (pattern_[element] == '[' && i < pattern_.size() && pattern_[i] != ']') {
-            i += pattern_[i] == '\\' ? lengthOf(i) : 1;
+            const bool isRange = pattern_[i] != '-' && pattern_[i + 1] == '-' && i + 2 < pattern_.size() &&
+                                 pattern_[i + 2] != ']';
+            i += isRange ? 3 : pattern_[i] == '\\' ? lengthOf(i) : 1;
         }
         return pattern_[element] == '[' ? i + 1 - element : 1;
     }
@@ -163,8 +166,11 @@ class PlainRegex {
             behind = sequence(elements, k + 1, text + cursor, span - cursor);
             last = behind < 0 ? last : cursor + behind;
         } while (n > 0 && !(elements[k].lazy && last > j));
-        const int once = !plus && n < 0 && behind < 0 ? sequence(elements, k + 1, text + j, span - j) : 0;
-        return once > 0 ? j + once : last == j && (plus || behind < 0) ? -1 : last;
+        if (!plus && n < 0 && behind < 0) {
+            behind = sequence(elements, k + 1, text + j, span - j);
+            last = behind > 0 ? j + behind : last;
+        }
+        return last == j && (plus || behind < 0) ? -1 : last;
     }
 
     std::string pattern_;

@@ -9,6 +9,7 @@ namespace {
 
 // Of attempts inside one another: a thread's stack of 64 KiB has room for them.
 constexpr int kMaxLevel = 128;
+constexpr ptrdiff_t kLeastLength = 2;  // of an element with its quantifier
 constexpr const char* kEscapable = "^$().[]*+?|\\Ssdbfnrtv";
 
 unsigned char byteAt(const char* p) {
@@ -26,13 +27,27 @@ bool isValidEscape(const char* escape) {
     return escape[1] != '\0' && strchr(kEscapable, escape[1]) != nullptr;
 }
 
+bool isRange(const char* member, const char* end) {
+    return *member != '-' && member[1] == '-' && member + 2 < end && member[2] != ']';
+}
+
+// Returns where the member ends, one beyond the end when the member does not fit.
+const char* endOfMember(const char* member, const char* end) {
+    const ptrdiff_t length = isRange(member, end) ? 3 : *member == '\\' ? escapeLength(member) : 1;
+    return member + std::min(length, end - member + 1);
+}
+
+bool isInverted(const char* set, const char* end) {
+    return set + 1 < end && set[1] == '^';
+}
+
 // Returns the end of the set, which is beyond the pattern's when its last member is.
 const char* endOfSet(const char* set, const char* patternEnd) {
-    const char* p = set + 1;
+    const char* p = set + (isInverted(set, patternEnd) ? 2 : 1);
     while (p < patternEnd && *p != ']') {
-        p += *p == '\\' ? escapeLength(p) : 1;
+        p = endOfMember(p, patternEnd);
     }
-    return p == patternEnd ? p : std::min(p, patternEnd) + 1;
+    return p < patternEnd ? p + 1 : p;
 }
 
 int hexDigit(const char* p) {
@@ -98,17 +113,14 @@ bool matchesMember(const char* member, unsigned char c, bool ignoreCase) {
 }
 
 bool matchesSet(Span set, unsigned char c, bool ignoreCase) {
-    const char* p = set.begin + 1;
-    const bool inverted = p < set.end && *p == '^';
-    p += inverted ? 1 : 0;
-    while (p < set.end && *p != ']') {
-        const bool range = *p != '-' && p[1] == '-' && p + 2 < set.end && p[2] != ']';
-        if (range ? folded(byteAt(p), ignoreCase) <= folded(c, ignoreCase) &&
-                        folded(c, ignoreCase) <= folded(byteAt(p + 2), ignoreCase)
-                  : matchesMember(p, c, ignoreCase)) {
+    const bool inverted = isInverted(set.begin, set.end);
+    const char* p = set.begin + (inverted ? 2 : 1);
+    for (; p < set.end && *p != ']'; p = endOfMember(p, set.end)) {
+        if (isRange(p, set.end) ? folded(byteAt(p), ignoreCase) <= folded(c, ignoreCase) &&
+                                      folded(c, ignoreCase) <= folded(byteAt(p + 2), ignoreCase)
+                                : matchesMember(p, c, ignoreCase)) {
             return !inverted;
         }
-        p += range ? 3 : *p == '\\' ? escapeLength(p) : 1;
     }
     return inverted;
 }
@@ -146,11 +158,14 @@ int RegexPattern::parseElement(const char*& p, const char* end, int mostGroups) 
             p = endOfSet(element, end);
             return 0;
         case '\\':
+            if (!isValidEscape(element)) {
+                return kInvalidEscape;
+            }
             p = element + escapeLength(element);
-            return isValidEscape(element) ? 0 : kInvalidEscape;
+            return 0;
         case '*':
         case '+':
-            level_ += element == behindGroup_ ? 0 : 1;
+            addRepetition(element);
             return 0;
         case '^':
             innerAnchor_ = innerAnchor_ || element != sequence_;
@@ -196,6 +211,20 @@ int RegexPattern::addSeparator(const char* position) {
     sequence_ = position + 1;
     level_ = group.level;
     return 0;
+}
+
+void RegexPattern::addRepetition(const char* quantifier) {
+    level_ += quantifier == behindGroup_ ? 0 : 1;
+    if (numRepetitions_ < repetitions_.size()) {
+        repetitions_[numRepetitions_++] = quantifier;
+    }
+}
+
+size_t RegexPattern::slotOf(const char* quantifier) const {
+    const char* const* const first = repetitions_.data();
+    const char* const* const found = std::lower_bound(first, first + numRepetitions_, quantifier);
+    const bool isOwn = found != first + numRepetitions_;
+    return static_cast<size_t>(isOwn ? found - first : (quantifier - whole().begin) / kLeastLength) % kSlots;
 }
 
 const RegexPattern::Group& RegexPattern::groupAt(const char* begin) const {

@@ -45,6 +45,7 @@ class RegexPattern {
     };
 
     static constexpr int kNone = -1;
+    static constexpr size_t kSlots = 128;
 
     // Takes the pattern, which stays the caller's. mostGroups below 1 is no limit. Returns 0, or what is
     // wrong with it.
@@ -58,6 +59,11 @@ class RegexPattern {
 
     // Tells whether a "^" stands anywhere but first in a sequence.
     bool hasInnerAnchor() const { return innerAnchor_; }
+
+    // Returns how many slots repetitions are kept in, and the slot of the one with this "*" or "+": one of its
+    // own for as many as there are slots, any for those behind them.
+    size_t numSlots() const { return numRepetitions_; }
+    size_t slotOf(const char* quantifier) const;
 
     // Returns where the first element of the sequence ends; beyond the sequence for a broken set.
     const char* endOfElement(Span sequence) const;
@@ -73,10 +79,12 @@ class RegexPattern {
     int openGroup(const char* begin, int mostGroups);
     int closeGroup(const char* end);
     int addSeparator(const char* position);
+    void addRepetition(const char* quantifier);
 
     bool innerAnchor_ = false;
     int numGroups_ = 0;
     int numSeparators_ = 0;
+    size_t numRepetitions_ = 0;
     // While parsing: the innermost open group, how many attempts are inside one another here, the beginning
     // of the sequence, the place behind the last group.
     int open_ = kNone;
@@ -85,6 +93,7 @@ class RegexPattern {
     const char* behindGroup_ = nullptr;
     std::array<Group, 100> groups_;
     std::array<Separator, 100> separators_;
+    std::array<const char*, kSlots> repetitions_;
 };
 
 }  // namespace kt

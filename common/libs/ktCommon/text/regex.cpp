@@ -19,13 +19,12 @@ using Group = RegexPattern::Group;
 
 constexpr int kNoMatch = RegexPattern::kNoMatch;
 constexpr int kIgnoreCase = 1;
-constexpr size_t kLeastLength = 2;  // of an element with its quantifier
 
 // What is known of a byte of the pattern that is repeated up to runEnd, where it stops matching: of the
 // places in (tried, runEnd] the last (the first, if not greedy) from where the rest of the pattern matches.
 // It serves every beginning of the same run, which keeps chains such as ".*a.*b.*c" linear.
 struct Run {
-    const char* element = nullptr;  // all that is set before the first use
+    const char* element;  // null before the first use
     const char* spanEnd;
     const char* tried;
     const char* runEnd;
@@ -55,7 +54,11 @@ class Matcher {
         : pattern_(pattern),
           captures_(captures),
           numCaptures_(captures == nullptr ? 0 : std::max(0, numCaptures)),
-          ignoreCase_(ignoreCase) {}
+          ignoreCase_(ignoreCase) {
+        for (size_t slot = 0; slot < pattern.numSlots(); ++slot) {
+            runs_[slot].element = nullptr;
+        }
+    }
 
     int search(Span text);
 
@@ -80,7 +83,7 @@ class Matcher {
     int numCaptures_;
     bool ignoreCase_;
     const char* furthest_ = nullptr;  // the last place of the text that was compared with the end of a span
-    std::array<Run, 32> runs_;
+    std::array<Run, RegexPattern::kSlots> runs_;  // as many as the pattern uses
 };
 
 int Matcher::search(Span text) {
@@ -215,9 +218,9 @@ int Matcher::matchRepeated(const Repetition& repetition, Span text) {
         }
     } while (length > 0 && (repetition.greedy || end == text.begin));
     if (!repetition.atLeastOnce && length < 0 && rest < 0 && left.begin != text.begin) {
-        const int without = matchSequence(repetition.rest, text);
-        if (without > 0) {
-            return without;
+        rest = matchSequence(repetition.rest, text);
+        if (rest > 0) {
+            return rest;
         }
     }
     const bool failed = end == text.begin && (repetition.atLeastOnce || rest < 0);
@@ -230,19 +233,17 @@ int Matcher::matchRepeatedByte(const Repetition& repetition, Span text) {
     const Run run = runAt(repetition, text);
     const bool matches = run.match != nullptr && run.match > text.begin;
     const bool restFailed = repetition.greedy ? run.match != run.runEnd : !matches;
+    int without = kNoMatch;
     if (!repetition.atLeastOnce && (restFailed || run.runEnd == text.begin)) {
-        const int without = matchSequence(repetition.rest, text);
-        if (without > 0 || run.runEnd == text.begin) {
-            return std::max(without, kNoMatch);
-        }
+        without = std::max(kNoMatch, matchSequence(repetition.rest, text));
     }
-    return matches ? static_cast<int>(run.matchEnd - text.begin) : kNoMatch;
+    return matches && without <= 0 ? static_cast<int>(run.matchEnd - text.begin) : without;
 }
 
 // Returns what there is to know of the repeated byte from text.begin on, finding out what was not known yet.
 Run Matcher::runAt(const Repetition& repetition, Span text) {
     const char* const element = repetition.element.begin;
-    Run& kept = runs_[static_cast<size_t>(element - pattern_.whole().begin) / kLeastLength % runs_.size()];
+    Run& kept = runs_[pattern_.slotOf(repetition.element.end)];
     Run run = kept;
     const char* const before = furthest_;
     furthest_ = text.begin;

@@ -9,9 +9,10 @@
 //   \xHH   the byte of that hexadecimal value, whatever the flags
 //   [...]  one byte that is a member: a character, an escape, "." (any byte) or a range x-y of any x but "-"
 //          and any y but "]". Other "-" are literal, "$" and "|" never match. [^...] is one byte that is none
-//          of them; [] never matches, [^] always does. Without its "]" a set runs to the pattern's end.
-//          Escapes in a set are not checked: a \c of another c is that character, a \x without two digits
-//          matches nothing, and each takes its two or four bytes, a "]" among them as well.
+//          of them; [] never matches, [^] always does. Without its "]" a set runs to the pattern's end. A
+//          range is looked for first: [\-z] and [Z-\] are ranges from and to the backslash. Escapes in a set
+//          are not checked: a \c of another c is that character, a \x without two digits matches nothing, and
+//          each takes its two or four bytes, a "]" among them as well.
 //   (...)  a group, captured, of alternatives separated by "|", which the whole pattern may have, too
 //   ^ $    where the current attempt begins, where the span of text given to it ends
 // Behind an element "*", "+" or "?" repeats it; "*?" and "+?" stop at the first count that does. Other
@@ -27,14 +28,16 @@
 // - "*" and "+" match the element again and again, each time from where the last one ended, and then the rest
 //   of the sequence, each as an attempt of its own. The largest count after which the rest matches wins, or
 //   the smallest above none ("*?", "+?"). With "*", if the element and the rest behind it both fail at last,
-//   the rest is tried without the element, and wins if it matches something.
+//   the rest is tried without the element: it wins if it matches something, and an empty match counts if no
+//   other was found.
 // - A group with something behind it gets ever shorter spans, from all that is left down to nothing, until it
 //   and the rest match.
 //
 // Time is linear for literal text and for chains of repeated characters, sets and classes without groups
-// behind them; each further group that is followed by more can multiply it by the length of the text. A call
-// takes some 6 KiB of stack for an ordinary pattern and up to 52 KiB for one at the limits. It may run in any
-// number of threads and in signal handlers, neither allocates nor blocks, and is no cancellation point.
+// behind them. Beyond that it can grow with a power of the text's length: a group that is followed by more
+// adds up to two to the exponent, a repetition in front of a captured group one. A call takes some 8 KiB of
+// stack for an ordinary pattern and up to 44 KiB for one at the limits (64-bit hosts: 14 and 52). It may run
+// in any number of threads and in signal handlers, neither allocates nor blocks and is no cancellation point.
 #ifndef KT_TEXT_REGEX_H
 #define KT_TEXT_REGEX_H
 
