@@ -201,15 +201,14 @@ TEST_F(DebugServer, HelpNeedsNoHelpOfTheDaemon) {
 }
 
 TEST_F(DebugServer, EndsByItselfAndSaysWhy) {
-    // clang-format off
     const std::tuple<int, int, bool, std::string, std::string> cases[] = {
         {-1, 1, false, "", "owner isn't available for debug commands\n"},
-        {70000, 1, false, "400 debugCommand: Couldn't start listener for owner on port 70000. 'Invalid argument'\n", ""},
+        {70000, 1, false,
+         "400 debugCommand: Couldn't start listener for owner on port 70000. 'Invalid argument'\n", ""},
         {0, -1, false, "400 Cannot allocate socket': debugCmd: -1\n", "debugCmd: can't get socket: -1\n"},
         {0, 0, false, "400 Cannot allocate socket': debugCmd: 0\n", "debugCmd: can't get socket: 0\n"},
         {0, -5, true, "400 Cannot allocate socket': debugCmd: -5\n", "debugCmd: can't get socket: -5\n"},
         {0, -1, true, "", ""}};
-    // clang-format on
     for (const auto& [itsPort, result, isEnded, logged, said] : cases) {
         std::tie(port, listenerResult, isTornDown) = std::tie(itsPort, result, isEnded);
         g_hDebugServer = 99;

@@ -93,7 +93,6 @@ TEST_F(MfgConfig, CreatesAMissingFileForThoseThatMay) {
 
 TEST_F(MfgConfig, ReadsWhatIsThere) {
     const string name(31, 'n');
-    // clang-format off
     const std::tuple<string, string, std::vector<string>> cases[] = {
         {"macAddress=00:11:22:33:44:55", "|||||00:11:22:33:44:55|2|", {}},
         {"SERIAL= a b \r\nmacrange=007\nserial=Z9\n", "|||Z9|||007|", {}},
@@ -101,9 +100,9 @@ TEST_F(MfgConfig, ReadsWhatIsThere) {
         {"serialNumber=abc\nversion=3\nproductID=1\n", "1||||||2|", {"serialNumber=abc", "version=3"}},
         {"serial\ncustomerCode=c\nproductID=p", "p||||||2|", {"serial\ncustomerCode=c"}},
         {"serial=s\nproductID=p\0q\nmacRange=9\n"s, "p|||s|||2|", {}},
-        {"macRange=\ncustomerCode=%s%n", "|%s%n|||||2|", {}}, {"no pairs", "||||||2|", {}},
+        {"macRange=\ncustomerCode=%s%n", "|%s%n|||||2|", {}},
+        {"no pairs", "||||||2|", {}},
         {"", "||||||2|", {}}};
-    // clang-format on
     for (const auto& [text, fields, unknown] : cases) {
         write(text);
         logged.clear();

@@ -45,13 +45,16 @@ class PlainRegex {
         if (pattern_[element] == '\\') {
             return pattern_[i] == 'x' ? 4 : 2;
         }
-        i += pattern_[element] == '[' && pattern_[i] == '^' ? 1 : 0;
-        while (pattern_[element] == '[' && i < pattern_.size() && pattern_[i] != ']') {
+        if (pattern_[element] != '[') {
+            return 1;
+        }
+        i += pattern_[i] == '^' ? 1 : 0;
+        while (i < pattern_.size() && pattern_[i] != ']') {
             const bool isRange = pattern_[i] != '-' && pattern_[i + 1] == '-' && i + 2 < pattern_.size() &&
                                  pattern_[i + 2] != ']';
             i += isRange ? 3 : pattern_[i] == '\\' ? lengthOf(i) : 1;
         }
-        return pattern_[element] == '[' ? i + 1 - element : 1;
+        return i + 1 - element;
     }
 
     static bool isQuantifier(char c) { return c == '*' || c == '+' || c == '?'; }
