@@ -467,7 +467,7 @@ void print_trace() {
     constexpr int kMost = 10;
     void* frames[kMost];
     const int count = backtrace(frames, kMost);
-    const std::unique_ptr<char*, kt::FreeDeleter> texts(backtrace_symbols(frames, count));
+    const std::unique_ptr<char*, kt::ReleasedBy<free>> texts(backtrace_symbols(frames, count));
     printf("Obtained %zd stack frames.\n", static_cast<ssize_t>(count));
     for (int i = 0; texts != nullptr && i < count; ++i) {
         puts(texts.get()[i]);

@@ -14,6 +14,7 @@
 #include "diag/debug.h"
 #include "internal/component_ids.h"
 #include "internal/heap_text.h"
+#include "internal/released_by.h"
 #include "internal/uncancelled.h"
 #include "internal/whole_file.h"
 #include "logging.h"
@@ -84,10 +85,7 @@ class FieldText {
     FieldArray text_;
 };
 
-struct ListDeleter {
-    void operator()(ParsedNode* list) const { deleteParsedString(list); }
-};
-using OwnedList = std::unique_ptr<ParsedNode, ListDeleter>;
+using OwnedList = std::unique_ptr<ParsedNode, kt::ReleasedBy<deleteParsedString>>;
 
 // Null without memory.
 kt::HeapText fileText(const MfgConfigSet& set) {

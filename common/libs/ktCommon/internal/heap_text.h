@@ -6,14 +6,11 @@
 #include <memory>
 
 #include "internal/private.h"
+#include "internal/released_by.h"
 
 namespace kt {
 
-struct FreeDeleter {
-    void operator()(void* block) const { free(block); }
-};
-
-using HeapText = std::unique_ptr<char, FreeDeleter>;
+using HeapText = std::unique_ptr<char, ReleasedBy<free>>;
 
 }  // namespace kt
 

@@ -26,7 +26,7 @@ namespace {
 constexpr char kNamePrefix[] = "/ktCleanExit_";
 constexpr mode_t kForEverybody = 0666;
 
-using OwnedContext = std::unique_ptr<ShutdownMonitorContext, kt::FreeDeleter>;
+using OwnedContext = std::unique_ptr<ShutdownMonitorContext, kt::ReleasedBy<free>>;
 
 kt::HeapText semaphoreName(const char* moduleName) {
     char* name = nullptr;

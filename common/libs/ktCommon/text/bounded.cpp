@@ -98,7 +98,7 @@ class SubstringStripper {
     const char* sub_;
     size_t length_;
     size_t inlineBorders_[kInlineLength];
-    std::unique_ptr<size_t, kt::FreeDeleter> heapBorders_;
+    std::unique_ptr<size_t, kt::ReleasedBy<free>> heapBorders_;
     size_t* borders_ = inlineBorders_;
 };
 
