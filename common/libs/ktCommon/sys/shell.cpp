@@ -1,7 +1,5 @@
 #include "sys/shell.h"
 
-#include <sys/socket.h>
-
 #include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
@@ -12,9 +10,8 @@
 #include "internal/error_text.h"
 #include "internal/heap_text.h"
 #include "internal/mutex_lock.h"
-#include "internal/uncancelled.h"
+#include "internal/service.h"
 #include "logging.h"
-#include "sockets.h"
 #include "text/convert.h"
 #include "text/growable.h"
 
@@ -27,45 +24,9 @@ constexpr int kNoResult = -1;
 constexpr size_t kReplySize = 80;
 constexpr size_t kErrorTextSize = 128;
 
-class Connection {
-  public:
-    Connection() : socket_(socketOpenWriter(kt::component::kCommands, kt::component::kCommands, 0)) {}
-    ~Connection() {
-        if (*this) {
-            const kt::Uncancelled uncancelled;
-            socketCloseWriter(socket_);
-        }
-    }
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
-
-    explicit operator bool() const { return socket_ >= 1; }
-    int get() const { return socket_; }
-
-  private:
-    int socket_;
-};
-
-// Only a signal makes it more than one call. A service that closes early has answered, perhaps: whatever
-// becomes of the sending, the reply is looked for.
-void sendWhole(int socket, const char* data, size_t size) {
-    while (size > 0) {
-        const ssize_t sent = send(socket, data, size, MSG_NOSIGNAL);
-        if (sent < 0 && errno != EINTR) {
-            return;
-        }
-        const size_t taken = sent < 0 ? 0 : static_cast<size_t>(sent);
-        data += taken;
-        size -= taken;
-    }
-}
-
-int receiveResult(int socket) {
+int receiveResult(const kt::Service& commands) {
     char reply[kReplySize + 1];
-    ssize_t received;
-    do {
-        received = recv(socket, reply, kReplySize, 0);
-    } while (received < 0 && errno == EINTR);
+    const ssize_t received = commands.receive(reply, kReplySize);
     if (received <= 0) {
         return kNoResult;
     }
@@ -73,12 +34,12 @@ int receiveResult(int socket) {
     return atoi_s(reply, -2);
 }
 
-int exchange(const Connection& service, const char* command) {
+int exchange(const kt::Service& commands, const char* command) {
     if (command == nullptr) {
         return kNoResult;
     }
-    sendWhole(service.get(), command, strlen(command) + 1);
-    return receiveResult(service.get());
+    commands.send(command, strlen(command) + 1);
+    return receiveResult(commands);
 }
 
 int reportNoConnection(int error) {
@@ -107,12 +68,12 @@ KT_PRINTF(1, 0) int runByDaemon(const char* format, va_list ap) {
     kt::HeapText command;
     int result;
     {
-        const Connection service;
-        if (!service) {
+        const kt::Service commands(kt::component::kCommands);
+        if (!commands) {
             return reportNoConnection(errno);
         }
         command.reset(formatVAString(format, ap));
-        result = exchange(service, command.get());
+        result = exchange(commands, command.get());
     }
     __debug(__LINE__, "tsSystemEx: %d.[%s]\n", result, shown(command));
     return result;
