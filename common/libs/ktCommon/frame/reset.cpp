@@ -3,12 +3,12 @@
 #include <unistd.h>
 
 #include <cstdarg>
-#include <cstdio>
 #include <cstdlib>
 
 #include "config_data.h"
 #include "diag/debug.h"
 #include "diag/trace_files.h"
+#include "internal/command_line.h"
 #include "internal/component_ids.h"
 #include "internal/heap_text.h"
 #include "internal/reboot_unit.h"
@@ -29,13 +29,12 @@ void runUnlogged(const char* command) {
     (void)!system(command);
 }
 
-// Of a longer path the beginning would go, which is another file.
+// Of a path that is too long the beginning would go, which is another file.
 void removeTree(const char* path) {
-    char command[kLongestCommand + 1];
-    const int length = snprintf(command, sizeof command, "/bin/rm -rf %s", path);
-    __debug(__LINE__, "%s\n", command);
-    if (length <= static_cast<int>(kLongestCommand)) {
-        systemEx("%s", command);
+    const kt::CommandLine<kLongestCommand + 1> command("/bin/rm -rf %s", path);
+    __debug(__LINE__, "%s\n", command.text());
+    if (command.isWhole()) {
+        systemEx("%s", command.text());
     }
 }
 
