@@ -16,6 +16,8 @@ const char SEMAPHORE_DIRECTORY[] = "/tmp/own-shm";
 char FPGA_PROG_B_MAIN[28] = "/tmp/own-main";
 char FPGA_PROG_B_EXP[28] = "/tmp/own-exp";
 const char DEFAULT_DATE_FORMAT[] = "own %Y";
+const CalendarUnit CalendarLookup[] = {{2, "moment"}, {7, "moon"}, {0, NULL}};
+const int DAYS_IN_MONTH[12] = {29, 29, 29, 29, 29, 29, 29, 29, 29, 29, 29, 29};
 const ComponentInfo componentInfo[] = {{300, "mine", "MINE"}, {0, "none", "NONE"}};
 
 /* Those that the library does not read: it is enough that the program's are the ones that everybody sees. */
@@ -56,6 +58,8 @@ int main(void) {
     free(date);
     check(strcmp(getComponentName(300), "mine") == 0 && strcmp(getComponentShortName(400), "0400") == 0,
           "componentInfo");
+    check(getCalUnits("moons") == 7 && strcmp(getCalString(2), "moment") == 0, "CalendarLookup");
+    check(getNextTime(3456000, 1, "moon") == 5961600, "DAYS_IN_MONTH");
     check(reboot(RB_AUTOBOOT) == 0, "reboot"); /* the library's: the other one is not permitted here */
 
     managePROG_B("mtd0", 0);

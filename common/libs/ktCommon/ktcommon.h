@@ -39,6 +39,7 @@
 #include "text/regex.h"
 #include "text/scan.h"
 #include "text/wildcard.h"
+#include "time/calendar.h"
 #include "time/date_parse.h"
 #include "time/timestamp.h"
 
