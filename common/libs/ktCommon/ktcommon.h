@@ -26,6 +26,7 @@
 #include "sync/thread_pool.h"
 #include "sys/capture.h"
 #include "sys/files.h"
+#include "sys/resources.h"
 #include "sys/shell.h"
 #include "text/append_buffer.h"
 #include "text/bounded.h"
