@@ -16,6 +16,7 @@ const char SEMAPHORE_DIRECTORY[] = "/tmp/own-shm";
 char FPGA_PROG_B_MAIN[28] = "/tmp/own-main";
 char FPGA_PROG_B_EXP[28] = "/tmp/own-exp";
 const char DEFAULT_DATE_FORMAT[] = "own %Y";
+const char NTP_CONF_PATH[] = "/tmp/own-ntp.conf";
 const CalendarUnit CalendarLookup[] = {{2, "moment"}, {7, "moon"}, {0, NULL}};
 const int DAYS_IN_MONTH[12] = {29, 29, 29, 29, 29, 29, 29, 29, 29, 29, 29, 29};
 const ComponentInfo componentInfo[] = {{300, "mine", "MINE"}, {0, "none", "NONE"}};
@@ -58,6 +59,7 @@ int main(void) {
     free(date);
     check(strcmp(getComponentName(300), "mine") == 0 && strcmp(getComponentShortName(400), "0400") == 0,
           "componentInfo");
+    check(updateNtpConf("Manual", NULL) == 0 && access("/tmp/own-ntp.conf", F_OK) == 0, "NTP_CONF_PATH");
     check(getCalUnits("moons") == 7 && strcmp(getCalString(2), "moment") == 0, "CalendarLookup");
     check(getNextTime(3456000, 1, "moon") == 5961600, "DAYS_IN_MONTH");
     check(reboot(RB_AUTOBOOT) == 0, "reboot"); /* the library's: the other one is not permitted here */

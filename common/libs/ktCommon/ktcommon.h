@@ -25,6 +25,7 @@
 #include "sync/thread_data.h"
 #include "sync/thread_pool.h"
 #include "sys/capture.h"
+#include "sys/clock.h"
 #include "sys/files.h"
 #include "sys/resources.h"
 #include "sys/shell.h"

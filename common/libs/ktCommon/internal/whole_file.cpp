@@ -19,7 +19,6 @@ namespace kt {
 namespace {
 
 constexpr int kOpenSafely = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-constexpr mode_t kNewFile = 0666;
 constexpr int kPatienceMs = 1000;
 
 bool becomesWritable(int fd) {
@@ -27,9 +26,9 @@ bool becomesWritable(int fd) {
     return poll(&room, 1, kPatienceMs) > 0;
 }
 
-int openUncancelled(const char* path) {
+int openUncancelled(const char* path, mode_t newMode) {
     const Uncancelled uncancelled;
-    return open(path, O_WRONLY | O_CREAT | kOpenSafely, kNewFile);
+    return open(path, O_WRONLY | O_CREAT | kOpenSafely, newMode);
 }
 
 }  // namespace
@@ -87,7 +86,7 @@ HeapText InputFile::contents(size_t spare, size_t& got) {
     return block;
 }
 
-OutputFile::OutputFile(const char* path) : fd_(openUncancelled(path)) {}
+OutputFile::OutputFile(const char* path, mode_t newMode) : fd_(openUncancelled(path, newMode)) {}
 
 bool OutputFile::replaceContents(const void* data, size_t size) {
     const Uncancelled uncancelled;

@@ -4,6 +4,7 @@
 #define KT_INTERNAL_WHOLE_FILE_H
 
 #include <fcntl.h>
+#include <sys/types.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -47,8 +48,9 @@ class InputFile {
 // A file whose contents are replaced. Created if it is missing, and left as it is until then.
 class OutputFile {
   public:
-    // path is not null. Neither function is a cancellation point.
-    explicit OutputFile(const char* path);
+    // path is not null; newMode, less the umask: of a file that is created. Neither function is a cancellation
+    // point.
+    explicit OutputFile(const char* path, mode_t newMode = 0666);
 
     // False when it could not be opened, as a FIFO that nobody reads.
     explicit operator bool() const { return static_cast<bool>(fd_); }
