@@ -27,6 +27,7 @@
 #include "sys/capture.h"
 #include "sys/clock.h"
 #include "sys/files.h"
+#include "sys/hardware.h"
 #include "sys/resources.h"
 #include "sys/shell.h"
 #include "text/append_buffer.h"

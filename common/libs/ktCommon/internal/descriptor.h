@@ -32,9 +32,10 @@ class Descriptor {
 
     int get() const { return fd_; }
     explicit operator bool() const { return fd_ >= 0; }
+    int release() { return std::exchange(fd_, -1); }
 
     // False when what was written is lost.
-    bool close() { return ::close(std::exchange(fd_, -1)) == 0; }
+    bool close() { return ::close(release()) == 0; }
 
   private:
     int fd_;
