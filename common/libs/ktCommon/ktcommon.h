@@ -11,6 +11,7 @@
 #include "frame/constants.h"
 #include "frame/library.h"
 #include "frame/mfg_config.h"
+#include "frame/plugin.h"
 #include "frame/process.h"
 #include "frame/product.h"
 #include "frame/reset.h"
