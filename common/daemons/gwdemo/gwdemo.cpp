@@ -67,14 +67,48 @@ int showChecksum(char* args, char** reply) {
     return 0;
 }
 
+// What a maintainer asks first.
+int showStatus(char* /*args*/, char** reply) {
+    MemoryInfo memory;
+    DiskSpaceInfo disk;
+    getFreeMem(&memory);
+    getOverlayFreeSpace(&disk);
+    sprintf_x(reply, "load %d %%, %d of %d bytes of memory free, %d KB of %s\n", getCPULoad(), memory.free,
+              memory.total, disk.availableKB, disk.filesystem);
+    return 0;
+}
+
+// When a job would run next that runs every so many UNITs.
+int showNextRun(char* args, char** reply) {
+    const char* unit = args == nullptr ? nullptr : strchr(args, ' ');
+    const time_t next =
+        getNextTime(0, static_cast<unsigned>(atoi_s(args, 0)), unit == nullptr ? nullptr : unit + 1);
+    char* date = formatTimeDate(next, nullptr);
+    sprintf_x(reply, "next run: %s\n", next > 0 ? date : "never");
+    free(date);
+    return 0;
+}
+
+int setTimeServer(char* args, char** reply) {
+    sprintf_x(reply, "time server: %d\n", updateNtpConf("NTP", args));
+    return 0;
+}
+
+int cleanTraces(char* /*args*/, char** /*reply*/) {
+    return cleanOldTracerFiles();
+}
+
 int listCommands(char* /*args*/, char** reply) {
-    sprintf_x(reply, "gwdemo commands\n  ticks\n  reset\n  dump FILE\n  checksum FILE\n  factory\n  fault\n");
+    sprintf_x(reply,
+              "gwdemo commands\n  ticks\n  reset\n  status\n  next COUNT UNIT\n  ntp SERVER\n  clean\n"
+              "  dump FILE\n  checksum FILE\n  factory TYPE\n  fault\n");
     return 0;
 }
 
 CmdEntry commands[] = {
-    {"ticks", showTicks},   {"reset", resetTicks}, {"dump", dumpFile},  {"checksum", showChecksum},
-    {"factory", resetUnit}, {"fault", dieOfFault}, {"?", listCommands}, {nullptr, nullptr},
+    {"ticks", showTicks},   {"reset", resetTicks},  {"status", showStatus}, {"next", showNextRun},
+    {"ntp", setTimeServer}, {"clean", cleanTraces}, {"dump", dumpFile},     {"checksum", showChecksum},
+    {"factory", resetUnit}, {"fault", dieOfFault},  {"?", listCommands},    {nullptr, nullptr},
 };
 
 int run() {
