@@ -26,5 +26,5 @@ need() {
 BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libedit-dev)
 UNIT_PACKAGES=(util-linux procps sysvinit-utils busybox)
 TEST_PACKAGES=(libgtest-dev googletest)
-FULL_PACKAGES=(git g++-arm-linux-gnueabihf qemu-user clang-format clang-tidy abigail-tools)
+FULL_PACKAGES=(git g++-arm-linux-gnueabihf qemu-user clang-format clang-tidy abigail-tools doxygen)
 FUZZ_PACKAGES=(clang libclang-rt-dev)

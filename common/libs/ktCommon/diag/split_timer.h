@@ -25,6 +25,7 @@
 extern "C" {
 #endif
 
+// A stopwatch. The record belongs to the caller, and is filled and changed by the functions below alone.
 typedef struct DebugTimer {
     char* name;             // from the C allocator; null unless running
     struct timeval start;   // reference of the first clock

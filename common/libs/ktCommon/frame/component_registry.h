@@ -14,6 +14,7 @@
 extern "C" {
 #endif
 
+// A row of componentInfo.
 typedef struct ComponentInfo {
     int32_t id;             // from 300 upward; 0 only in the final row
     const char* name;       // the daemon's name in lower case, or a service's

@@ -51,6 +51,7 @@ extern KT_API const char VENDORMODEL_UNKNOWN_DEFAULT_VAL[];     // "Unknown vend
 
 enum { MFG_FIELD_SIZE = 32 };
 
+// The manufacturing record: texts, each cut to its field with a terminator.
 typedef struct MfgConfigSet {
     char productID[MFG_FIELD_SIZE];
     char customerCode[MFG_FIELD_SIZE];

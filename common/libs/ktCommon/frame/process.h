@@ -15,8 +15,8 @@
 extern "C" {
 #endif
 
-#define KT_PROCESS_NAME_SIZE 32
-#define KT_PROCESS_NAME_OVERRIDE_SIZE 80
+#define KT_PROCESS_NAME_SIZE 32           // bytes, terminator included
+#define KT_PROCESS_NAME_OVERRIDE_SIZE 80  // likewise
 
 // The own process name and id as they were when the fatal-signal handlers were installed; empty and 0 before.
 extern KT_API char g_processName[KT_PROCESS_NAME_SIZE];

@@ -21,8 +21,8 @@
 extern "C" {
 #endif
 
-#define KT_PRODUCT_TEXT_SIZE 30
-#define KT_PRODUCT_VERSION_SIZE 50
+#define KT_PRODUCT_TEXT_SIZE 30     // bytes, terminator included
+#define KT_PRODUCT_VERSION_SIZE 50  // likewise
 
 // Every text is NUL-terminated: one that is too long is cut. MFG_CONF_FILE is read up to 1023 bytes.
 typedef struct ProductInfo {
@@ -41,6 +41,7 @@ typedef struct ProductInfo {
     char macAddress[KT_PRODUCT_TEXT_SIZE];      // "macAddress="
 } ProductInfo;
 
+// A version in numbers.
 typedef struct PackageVersion {
     int32_t major;
     float minor;

@@ -22,7 +22,7 @@
 extern "C" {
 #endif
 
-#define KT_MUTEX_NAME_SIZE 64
+#define KT_MUTEX_NAME_SIZE 64  // bytes
 
 // Locked and unlocked with pthread_mutex_lock and pthread_mutex_unlock, on `mutex` or on the record's own
 // address.
@@ -41,6 +41,8 @@ enum { EVENT_SET = 2, EVENT_RESET = 3 };
 // them.
 enum { EVENT_CLOCK_REALTIME = 0x10, EVENT_CLOCK_MONOTONIC = 0x20 };
 
+// A manual-reset event. The record belongs to the caller, and is filled and changed by the functions below
+// alone.
 typedef struct EVENT {
     MUTEX mutex;                   // guards state; carries the event's name
     uint32_t state;                // EVENT_SET or EVENT_RESET

@@ -20,6 +20,7 @@
 extern "C" {
 #endif
 
+// A block of a thread.
 typedef struct TUD_ENTRY {
     int32_t threadId;  // kernel id of the thread that created the entry
     int32_t size;      // bytes at data

@@ -19,7 +19,7 @@
 extern "C" {
 #endif
 
-#define KT_RESOURCE_WORD_SIZE 20
+#define KT_RESOURCE_WORD_SIZE 20  // bytes, terminator included
 
 // A line of "/bin/df -k".
 typedef struct DiskSpaceInfo {
@@ -42,6 +42,7 @@ typedef struct MemoryInfo {
     int32_t column6;
 } MemoryInfo;
 
+// The memory of a process and of the system.
 typedef struct MemUseInfo {
     int32_t rssKB;       // resident set of the process, in units of 1024 bytes
     char memPercent[8];  // its share of the memory as text; the last byte is never written

@@ -21,6 +21,7 @@
 extern "C" {
 #endif
 
+// A row of CalendarLookup.
 typedef struct CalendarUnit {
     int unit;  // 1 to 8; 0 only in the final row
     const char* name;
