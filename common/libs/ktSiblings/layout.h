@@ -20,6 +20,7 @@ struct LineTable {
 
 inline constexpr LineTable kPorts{"/usr/local/data/ports.txt", 1};
 inline constexpr LineTable kConfigRows{"/usr/local/data/config_rows.txt", 1};
+inline constexpr LineTable kSerialValues{"/usr/local/data/serial.txt", 1};
 inline constexpr LineTable kTags{"/usr/local/data/tags.txt", 2};
 inline constexpr const char* kInterfaces = "/sys/class/net";
 
