@@ -1,6 +1,7 @@
 // A sample daemon: debug options from the command line, a debug command port with commands of its own, fault
 // reports, and one debug line a second until another process, `gwdemo stop`, asks it to end.
 #include <ktcommon.h>
+#include <ktpdemo.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -17,6 +18,7 @@ int dieOfFault(char* /*args*/, char** /*reply*/) {
 namespace {
 
 constexpr char kName[] = "gwdemo";
+constexpr int kComponent = 390;  // in the logs; that of no other daemon
 constexpr int kCannotStart = 2;
 constexpr int kRunsAlready = 3;
 
@@ -98,17 +100,45 @@ int cleanTraces(char* /*args*/, char** /*reply*/) {
     return cleanOldTracerFiles();
 }
 
+// Writes a register by the protocol driver "demo", a plug-in, and reads it again.
+int useDriver(char* args, char** reply) {
+    ProtLibrary driver;
+    const int number = atoi_s(args, 0);
+    int value = 0;
+    const int code = protOpenLibrary(kComponent, &driver, "demo");
+    if (code == 0) {
+        reinterpret_cast<decltype(&protOpen)>(driver.protOpen)();
+        reinterpret_cast<decltype(&protWrite)>(driver.protWrite)(number, 10 * number);
+        reinterpret_cast<decltype(&protRead)>(driver.protRead)(number, &value);
+        reinterpret_cast<decltype(&protClose)>(driver.protClose)();
+    }
+    sprintf_x(reply, "driver: %d, register %d: %d\n", code, number, value);
+    if (driver.handle != nullptr) {
+        kt_dlclose(kComponent, driver.handle);
+    }
+    return 0;
+}
+
+int showSerialValue(char* args, char** reply) {
+    char* value = _getSerialThreadValue(args);
+    sprintf_x(reply, "%s\n", value == nullptr ? "no answer" : value);
+    free(value);
+    return 0;
+}
+
 int listCommands(char* /*args*/, char** reply) {
     sprintf_x(reply,
-              "gwdemo commands\n  ticks\n  reset\n  status\n  next COUNT UNIT\n  ntp SERVER\n  clean\n"
+              "gwdemo commands\n  ticks\n  reset\n  status\n  next COUNT UNIT\n  ntp SERVER\n  clean\n  "
+              "driver REGISTER\n  serial NAME\n"
               "  dump FILE\n  checksum FILE\n  factory TYPE\n  fault\n");
     return 0;
 }
 
 CmdEntry commands[] = {
-    {"ticks", showTicks},   {"reset", resetTicks},  {"status", showStatus}, {"next", showNextRun},
-    {"ntp", setTimeServer}, {"clean", cleanTraces}, {"dump", dumpFile},     {"checksum", showChecksum},
-    {"factory", resetUnit}, {"fault", dieOfFault},  {"?", listCommands},    {nullptr, nullptr},
+    {"ticks", showTicks},   {"reset", resetTicks},      {"status", showStatus}, {"next", showNextRun},
+    {"ntp", setTimeServer}, {"clean", cleanTraces},     {"driver", useDriver},  {"serial", showSerialValue},
+    {"dump", dumpFile},     {"checksum", showChecksum}, {"factory", resetUnit}, {"fault", dieOfFault},
+    {"?", listCommands},    {nullptr, nullptr},
 };
 
 int run() {
