@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstdint>
 #include <cstring>
 #include <ctime>
@@ -54,7 +55,7 @@ void deleteIfOld(const char* name) {
     const int64_t age = int64_t{time(nullptr)} - state.st_mtime;
     if (age <= 0) {
         __debug(__LINE__, " - cleanOldTracerFiles() / %s / fileAge = %ld(sec)\n", name,
-                static_cast<long>(age));
+                static_cast<long>(std::max<int64_t>(age, LONG_MIN)));
     } else if (age > kLongestAge) {
         __debug(__LINE__, " - cleanOldTracerFiles() / file '%s' is > 10days old, deleting.\n", path);
         logEngMessage(kt::component::kTracer, "File '%s' is > 10 days old, deleting", name);

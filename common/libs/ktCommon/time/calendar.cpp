@@ -21,6 +21,7 @@ static_assert(sizeof(CalendarUnit) == 2 * sizeof(void*));
 namespace {
 
 enum Unit { kMillisecond = 1, kSecond, kMinute, kHour, kDay, kWeek, kMonth, kYear };
+constexpr int kNoTime = -1;
 constexpr int kNoName = -1;
 constexpr int kNoUnit = -2;
 
@@ -208,5 +209,6 @@ time_t getMidnightDate(time_t t) {
     date.tm_hour = 0;
     date.tm_min = 0;
     date.tm_sec = 0;
-    return mktime(&date);
+    const time_t midnight = mktime(&date);
+    return midnight == fromBoard(boardSeconds(midnight)) ? midnight : kNoTime;
 }

@@ -3,7 +3,8 @@
 //
 // Times are seconds since the epoch, of 32 bits with a sign on every host as on the board: arguments are cut
 // to that, sums and products wrap. Millisecond times are 1000 x seconds + microseconds / 1000, of 32 bits
-// without a sign, so they wrap after about 49.7 days. The "local" calendar is the system's (TZ), while
+// without a sign, so they wrap after about 49.7 days. The "local" calendar is the system's (TZ, as tzset or
+// mktime has read it last), while
 // convertWPTime and computeNextDefragTime go by the gateway's own setting, the configuration row "time" with
 // its tags "gmt_offset" and "recognize_dst", which they read at every call.
 //
@@ -43,14 +44,14 @@ KT_API int getCalUnits(const char* unitName);
 KT_API const char* getCalString(int unit);
 
 // Returns the seconds in the next `months` calendar months (12 x years): each counts with the length of the
-// month that it begins in, so from 31 January one month is 31 days; 0 when months is below 1. Takes time
-// linear to the months.
+// month that it begins in, so from 31 January one month is 31 days; 0 when months, or 12 x years with its
+// sign, is below 1. Takes time linear to the months.
 KT_API unsigned getSecondsFromMonths(time_t from, int months);
 KT_API unsigned getSecondsFromYears(time_t from, int years);
 
 // Adds `count` units to a starting time: from, in seconds or milliseconds; 0 stands for now, and all bits set
-// for 0. Months and years are those of the calendar behind the start; with getNextMsTime always those behind
-// the current date, since a millisecond time tells none.
+// for 0. Months and years are measured by the two functions above, with their sign and their time, from the
+// start; with getNextMsTime always from the current date, since a millisecond time tells none.
 // Return the next time
 //      0  count is 0
 //     -1  unitName is null (all bits set)
@@ -72,7 +73,8 @@ KT_API time_t convertWPTime(time_t t, int direction);
 KT_API time_t computeNextDefragTime(int secondsOfDay, int everyDays);
 
 // Returns the midnight that begins the UTC day of t, its date read as local time: exact where the system's
-// clock is kept in UTC, and elsewhere that day's local midnight (of standard time).
+// clock is kept in UTC, and elsewhere that day's local midnight (of standard time); -1 when that lies before
+// what 32 bits hold.
 KT_API time_t getMidnightDate(time_t t);
 
 #ifdef __cplusplus

@@ -1,10 +1,11 @@
 // The compiler's build stamps and the timestamps of debug lines, turned back into times.
 //
-// Texts are in local time and read as standard time: a summer text comes back one hour later. A text need not
-// be well-formed: a missing field counts as 0, fields behind the last one are not read, and numbers outside
-// their range carry over as mktime does it. Numbers are read as atoi_s does. What time_t cannot hold is -1.
-// Nothing here keeps state, blocks or is a cancellation point; both may run in any thread, and neither in a
-// signal handler (they allocate).
+// Texts are in local time and read as standard time: a summer text comes back one hour later. Whether a text
+// is well-formed is not checked: a missing field counts as 0 (a missing month name as January), fields behind
+// the last one are not read, numbers are read as atoi_s does, and those outside their range carry over. So a
+// damaged text gives some other time, or -1 when time_t cannot hold it. Nothing here keeps state, blocks or is
+// a cancellation point; both may run in any thread, and neither in a signal handler (they allocate). errno is
+// not kept.
 #ifndef KT_TIME_DATE_PARSE_H
 #define KT_TIME_DATE_PARSE_H
 
@@ -18,7 +19,8 @@ extern "C" {
 
 // Reads what __DATE__ and __TIME__ give: "Nov  6 2026" (fields between blanks: English month name, with its
 // case; day; year) and "20:47:36".
-// Returns the time; 0 when either text is null, the month is unknown, or memory is short.
+// Returns the time; 0 when either text is null, the month is none, nor a part of one ("eb" is February), or
+//     memory is short.
 KT_API time_t parseBuildDate(const char* date, const char* time);
 
 // Reads month.day.year hours:minutes:seconds, and nothing behind a "." that follows; a debug line may be
