@@ -24,11 +24,10 @@ int echo(char* args, char** reply) {
 
 CmdEntry commands[] = {{"echo", echo}, {nullptr, nullptr}};
 
-void startServer() {
+bool startServer() {
     setProcessName("fuzz");
-    sem_init(&clientIsThere, 0, 0);
-    require(freopen("/dev/null", "w", stdout) != nullptr &&
-            pthread_create(&g_threadIdDebugListener, nullptr, debugCommand_t, commands) == 0);
+    return sem_init(&clientIsThere, 0, 0) == 0 && freopen("/dev/null", "w", stdout) != nullptr &&
+           pthread_create(&g_threadIdDebugListener, nullptr, debugCommand_t, commands) == 0;
 }
 
 std::string replyTo(const char* request, size_t size) {
@@ -64,10 +63,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const char* text = reinterpret_cast<const char*>(data);
     const std::string request(text, strnlen(text, std::min<size_t>(size, 256)));
     const std::string command = request.substr(0, request.find(' '));
-    if (strcasecmp(command.c_str(), "exit") == 0 || size > 256) {
-        return 0;
-    }
-    static const bool isStarted = (startServer(), true);
+    if (strcasecmp(command.c_str(), "exit") == 0 || size > 256) { return 0; }
+    static const bool isStarted = startServer();
     const std::string reply = replyTo(text, size);
     require(isStarted &&
             (size == 0 ? reply.empty() : reply.find('\0') == reply.size() - 1 && reply.size() > 1));

@@ -2,9 +2,7 @@
 #include "target.h"
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    if (size < 2 || data[0] == 0 || data[1] == 0) {
-        return 0;
-    }
+    if (size < 2 || data[0] == 0 || data[1] == 0) { return 0; }
     ParsedNode* const list = parseDelimtedString(textOf(data, size, 2).data(), data[0], data[1]);
     char* const text = buildParsedString(list, data[0], data[1]);
     ParsedNode* const again = parseDelimtedString(text, data[0], data[1]);

@@ -5,9 +5,7 @@
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::vector<char> regex = textOf(data, size, size < 1 ? size : 1);
     const std::vector<char> text(data + std::min(size, 1 + regex.size()), data + size);
-    if (regex.size() > 15 || text.size() > 10 || size < 1) {
-        return 0;
-    }
+    if (regex.size() > 15 || text.size() > 10 || size < 1) { return 0; }
     const int length = static_cast<int>(text.size());
     const int flags = data[0] & 1;
     std::vector<RegexCapture> caps((data[0] >> 1) % 4, {text.data(), 0});

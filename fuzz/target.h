@@ -12,9 +12,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 inline void require(bool holds) {
-    if (!holds) {
-        abort();
-    }
+    if (!holds) { abort(); }
 }
 
 // The input from its byte begin to a NUL or its end, as text in an array of exactly its size.

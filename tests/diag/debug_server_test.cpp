@@ -9,8 +9,8 @@
 #include <optional>
 
 #include "support/cancellable_thread.h"
+#include "support/debug_lines.h"
 #include "support/files.h"
-#include "support/stdout_capture.h"
 
 namespace {
 
@@ -99,9 +99,7 @@ struct Client {
         std::string all;
         char part[8192];
         ssize_t size;
-        while ((size = recv(fd, part, sizeof part, 0)) > 0) {
-            all.append(part, static_cast<size_t>(size));
-        }
+        while ((size = recv(fd, part, sizeof part, 0)) > 0) { all.append(part, static_cast<size_t>(size)); }
         return size < 0 ? all + strerror(errno) : all;
     }
     void endWithReset() const {
@@ -182,9 +180,7 @@ TEST_F(DebugServer, AnswersEachCommand) {
         {"tag none", "Tag [none] = []\n"}, {"help", kLibraryHelp}, {"?", kLibraryHelp + "daemon help %s%n\n"}};
     // clang-format on
     const Server server(table);
-    for (const auto& [command, reply] : cases) {
-        EXPECT_EQ(ask(command), reply) << command;
-    }
+    for (const auto& [command, reply] : cases) { EXPECT_EQ(ask(command), reply) << command; }
     EXPECT_EQ(ask("ET").substr(0, 35), "Process has been running for 0:00:0");
     const std::string numbers = ask("rpc seq 5000");  // whole lines within 10240 bytes
     EXPECT_EQ(numbers.substr(numbers.size() - 11), "\n2268\n2269\n");
@@ -212,9 +208,8 @@ TEST_F(DebugServer, EndsByItselfAndSaysWhy) {
     for (const auto& [itsPort, result, isEnded, logged, said] : cases) {
         std::tie(port, listenerResult, isTornDown) = std::tie(itsPort, result, isEnded);
         g_hDebugServer = 99;
-        const std::string printed = kt::test::printedBy([] { debugCommand_t(nullptr); });
+        EXPECT_EQ(kt::test::debugLinesOf([] { debugCommand_t(nullptr); }), said);
         setCleanExit(0);
-        EXPECT_EQ(kt::test::withoutHeads(printed), said);
         EXPECT_EQ(takeErrors(), logged);
         EXPECT_TRUE(logged.empty() || g_hDebugServer == 0);
         EXPECT_TRUE(port != 0 || fcntl(handle, F_GETFD) == -1) << "still open";
@@ -234,9 +229,7 @@ TEST_F(DebugServer, SurvivesHostileClientsAndEndsThemWithItself) {
         gone.endWithReset();
     }
     isHeld = false;
-    for (int i = 0; i < 1000; ++i) {
-        const Client briefly;
-    }
+    for (int i = 0; i < 1000; ++i) { const Client briefly; }
     EXPECT_EQ(ask("nine"), "%n");
     const Client last;
     until([] { return accepted == 1007; });
@@ -249,9 +242,7 @@ TEST_F(DebugServer, TearDownEndsItAtAnyMoment) {
     setCleanExit(1);
     debugCommand_t(nullptr);
     setCleanExit(0);
-    for (int i = 0; i < 200; ++i) {
-        const Server server;
-    }
+    for (int i = 0; i < 200; ++i) { const Server server; }
 }
 
 TEST_F(DebugServer, SignalsCostNoConnection) {

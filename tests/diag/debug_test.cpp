@@ -7,9 +7,9 @@
 #include <future>
 
 #include "support/cancellable_thread.h"
+#include "support/debug_lines.h"
 #include "support/files.h"
 #include "support/forked_child.h"
-#include "support/stdout_capture.h"
 
 // In place of the sibling's.
 static int traceRequests;
@@ -56,15 +56,8 @@ TEST_F(Debug, OptionStrings) {
 
 TEST_F(Debug, HelpAndFileNameCarryTheOwnName) {
     const std::string name = std::string("/var/lognv/kt/_debug_") + program_invocation_short_name + ".log";
-    EXPECT_EQ(printedBy([] { _debugSetOptions("?", nullptr); }),
-              "Debug mode on: General\nDebug options\n  f - echo debug output to " + name +
-                  "\n  n - enable Network debugging\n  p - enable Protocol debugging\n"
-                  "  q - enable SQL debugging\n      T - add SQL trace\n  r - Set RESTORE TEST flag\n"
-                  "  s - enable general Sockets debugging\n      S - add Send hexdump\n"
-                  "      R - add Receive hexdump\n  t - enable Tags debugging\n  x - enable XML debugging\n"
-                  "  z - enable debug messages\n  ! - disable debug\n\n  Example\n    {appname} -zfsRt\n"
-                  "      enable Debug, echo to File, enable Sockets and set hexdump for Sockets Receive, "
-                  "enable Tags debugging\n\n");
+    std::string help = printedBy([] { _debugSetOptions("?", nullptr); });
+    EXPECT_EQ(checksumOf(help.replace(help.find(name), name.size(), "")), 0xF94F48D2U) << help;
     printedBy([] { _debugSetOptions("f", nullptr); });
     EXPECT_EQ(gDebugFileName, name);
 }

@@ -11,9 +11,9 @@
 #include <fstream>
 
 #include "support/cancellable_thread.h"
+#include "support/debug_lines.h"
 #include "support/files.h"
 #include "support/forked_child.h"
-#include "support/stdout_capture.h"
 
 using kt::test::until;
 
@@ -22,9 +22,7 @@ static bool exitBlocks = true;
 KT_API void exit(int status) noexcept {
     static const auto real = reinterpret_cast<decltype(&exit)>(dlsym(RTLD_NEXT, __func__));
     static pthread_mutex_t only = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
-    if (exitBlocks) {
-        pthread_mutex_lock(&only);
-    }
+    if (exitBlocks) { pthread_mutex_lock(&only); }
     real(status);
     abort();
 }
@@ -58,9 +56,7 @@ constexpr uint16_t kPort = 4390;
 int openConnection() {
     const int client = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address = {AF_INET, htons(kPort), {htonl(INADDR_LOOPBACK)}, {}};
-    if (connect(client, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
-        return client;
-    }
+    if (connect(client, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) { return client; }
     close(client);
     return -1;
 }
@@ -110,10 +106,8 @@ TEST(Library, ServesFromItsStartToItsEnd) {
         // A child has the exit handlers, but not the port.
         EXPECT_EQ(inChild([] { return libraryDeinit(); }), 0);
         EXPECT_EQ(answerTo("et").substr(0, 28), "Process has been running for");
-        gDebugMode = DEBUG_GENERAL;
         for (const std::string last : {"library_case exit\n", ""}) {
-            const std::string printed = kt::test::printedBy([] { EXPECT_EQ(libraryDeinit(), 0); });
-            EXPECT_EQ(kt::test::withoutHeads(printed), last);
+            EXPECT_EQ(kt::test::debugLinesOf([] { EXPECT_EQ(libraryDeinit(), 0); }), last);
         }
         EXPECT_EQ(destroyed, &gThreadDataLock);
         EXPECT_EQ(openConnection(), -1);

@@ -7,9 +7,9 @@
 #include <cstring>
 #include <filesystem>
 
+#include "support/debug_lines.h"
 #include "support/files.h"
 #include "support/logged.h"
-#include "support/stdout_capture.h"
 
 // In place of the C library's generator.
 static time_t seed;
@@ -63,14 +63,6 @@ struct MfgConfig : testing::Test {
 
 void write(const string& text) { kt::test::setContents(kFile, text); }
 
-template <typename Body>
-string debugLines(Body body) {
-    gDebugMode = DEBUG_GENERAL;
-    const string printed = kt::test::printedBy(body);
-    gDebugMode = 0;
-    return kt::test::withoutHeads(printed);
-}
-
 TEST_F(MfgConfig, CreatesAMissingFileForThoseThatMay) {
     EXPECT_EQ(Mfg_LoadMfgConfigSet(&set, kFile), -1);
     EXPECT_TRUE(fieldsOf(set) == "|||||||" && !fs::exists(kFile));
@@ -111,7 +103,7 @@ TEST_F(MfgConfig, ReadsWhatIsThere) {
             expectedErrors += "311 Invalid MFG pair received: " + pair + "\n";
             expectedLines += "AddMfgPair: Invalid MFG pair received: " + pair + "\n";
         }
-        EXPECT_EQ(debugLines([&] { Mfg_LoadMfgConfigSet(&set, kFile); }),
+        EXPECT_EQ(kt::test::debugLinesOf([&] { Mfg_LoadMfgConfigSet(&set, kFile); }),
                   "Mfg_LoadMfgConfigSet entry\n" + expectedLines);
         EXPECT_EQ(fieldsOf(set), fields);
         EXPECT_EQ(logged, expectedErrors);
@@ -128,13 +120,13 @@ TEST_F(MfgConfig, WritesTerminatedFieldsAndTracesThem) {
         dumped += "Mfg_DumpConfig: " + (key + ("=" + string(31, 'x'))) + "\n";
     }
     write(string(1000, '?'));
-    EXPECT_EQ(debugLines([&] { EXPECT_EQ(Mfg_SerializeConfigSet(&set, kFile), 0); }),
+    EXPECT_EQ(kt::test::debugLinesOf([&] { EXPECT_EQ(Mfg_SerializeConfigSet(&set, kFile), 0); }),
               "Mfg_SerializeConfigSet entry\nMfg_SerializeConfigSet pre-write: \n" + lines +
                   "\n\nMfg_SerializeConfigSet exit result 0\n");
     EXPECT_EQ(contentsOf(kFile), lines + "\n");
-    EXPECT_EQ(debugLines([&] { EXPECT_EQ(Mfg_SerializeConfigSet(&set, "/no/directory"), -1); }),
+    EXPECT_EQ(kt::test::debugLinesOf([&] { EXPECT_EQ(Mfg_SerializeConfigSet(&set, "/no/directory"), -1); }),
               "Mfg_SerializeConfigSet entry\nMfg_SerializeConfigSet exit result -1\n");
-    EXPECT_EQ(debugLines([&] { Mfg_DumpConfig(&set), Mfg_DumpConfig(nullptr); }),
+    EXPECT_EQ(kt::test::debugLinesOf([&] { Mfg_DumpConfig(&set), Mfg_DumpConfig(nullptr); }),
               "Mfg_DumpConfig entry\n" + dumped + "Mfg_DumpConfig:\nMfg_DumpConfig exit\n" +
                   "Mfg_DumpConfig entry\nMfg_DumpConfig exit\n");
     char* mac = nullptr;
@@ -181,9 +173,7 @@ TEST_F(MfgConfig, CountsAddressesFromTheBase) {
         char* mac = &untouched;
         EXPECT_EQ(Mfg_RetrieveRegisteredMacAddressEx(&set, index, &mac), address == nullptr ? -1 : 0);
         EXPECT_STREQ(mac, address == nullptr ? "" : address);
-        if (mac != &untouched) {
-            free(mac);
-        }
+        if (mac != &untouched) { free(mac); }
     }
 }
 

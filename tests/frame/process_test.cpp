@@ -43,9 +43,7 @@ TEST(Process, OverrideAnswersForEveryProcess) {
     EXPECT_EQ(own + '\n', contentsOf("/proc/self/comm"));
     EXPECT_EQ(setProcessName("gateway core"), g_processNameOverride + sizeof "gateway core");
     EXPECT_EQ(setProcessName(nullptr), nullptr);
-    for (const int pid : {getpid(), 1, -1}) {
-        EXPECT_EQ(nameOf(pid, 13), "gateway core");
-    }
+    for (const int pid : {getpid(), 1, -1}) { EXPECT_EQ(nameOf(pid, 13), "gateway core"); }
     EXPECT_EQ(nameOf(1, 12), "gateway cor");
     EXPECT_EQ(nameOf(1, 0), "#");
     EXPECT_EQ(setProcessName(std::string(79, 'n').c_str()), g_processNameOverride + 80);

@@ -4,9 +4,9 @@
 #include <unistd.h>
 
 #include "support/cancellable_thread.h"
+#include "support/debug_lines.h"
 #include "support/files.h"
 #include "support/forked_child.h"
-#include "support/stdout_capture.h"
 
 namespace {
 
@@ -47,12 +47,9 @@ TEST(Reset, KeepsWhatItsTypeLeaves) {
         "systemEx: 0.0.[/bin/rm -rf /usr/local/data/netpanel.conf]\n\n";
     for (const int type : {1, 2}) {
         useUnit();
-        gDebugMode = DEBUG_GENERAL;
-        const auto reset = [type] { EXPECT_EQ(initiateSystemReset(type), 0); };
-        EXPECT_EQ(kt::test::withoutHeads(kt::test::printedBy(reset)),
+        EXPECT_EQ(kt::test::debugLinesOf([type] { EXPECT_EQ(initiateSystemReset(type), 0); }),
                   "\n - initiateSystemReset entry, resetType = " + std::to_string(type) + "\n" + system +
                       (type == 1 ? network : ""));
-        gDebugMode = 0;
         EXPECT_EQ(filesOfUnit(), left + (type == 1 ? "ports.txt\n" : "netpanel.conf\nports.txt\n"));
         EXPECT_EQ(outputOf("find /usr/local/data/retries /usr/local/data/traces"),
                   "/usr/local/data/retries\n/usr/local/data/traces\n");

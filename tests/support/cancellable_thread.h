@@ -19,9 +19,7 @@ namespace kt::test {
 // For what another thread is about to do; a wait in vain ends by the run's limit.
 template <typename Condition>
 void until(Condition holds) {
-    while (!holds()) {
-        std::this_thread::yield();
-    }
+    while (!holds()) { std::this_thread::yield(); }
 }
 
 // Sends signals that do nothing but end the thread's system call, the next one when the last has been handled.

@@ -19,14 +19,10 @@ class PlainRegex {
     int match(const char* text, int length) {
         size_t i = 0;
         int result = slre_match(pattern_.c_str(), text, -1, nullptr, numCaps_, 0);
-        if (result != -1 || !parse(i, 0)) {
-            return result;
-        }
+        if (result != -1 || !parse(i, 0)) { return result; }
         for (int offset = 0; offset <= (pattern_[0] == '^' ? std::min(length, 0) : length); ++offset) {
             result = group(0, text + offset, length - offset);
-            if (result >= 0) {
-                return offset + result;
-            }
+            if (result >= 0) { return offset + result; }
         }
         return result;
     }
@@ -42,12 +38,8 @@ class PlainRegex {
 
     size_t lengthOf(size_t element) const {
         size_t i = element + 1;
-        if (pattern_[element] == '\\') {
-            return pattern_[i] == 'x' ? 4 : 2;
-        }
-        if (pattern_[element] != '[') {
-            return 1;
-        }
+        if (pattern_[element] == '\\') { return pattern_[i] == 'x' ? 4 : 2; }
+        if (pattern_[element] != '[') { return 1; }
         i += pattern_[i] == '^' ? 1 : 0;
         while (i < pattern_.size() && pattern_[i] != ']') {
             const bool isRange = pattern_[i] != '-' && pattern_[i + 1] == '-' && i + 2 < pattern_.size() &&
@@ -71,9 +63,7 @@ class PlainRegex {
             }
             if (element.text == "(") {
                 element.group = ++numGroups_;
-                if (pattern_[i] == ')' || !parse(i, element.group)) {
-                    return false;
-                }
+                if (pattern_[i] == ')' || !parse(i, element.group)) { return false; }
                 ++i;
             }
             if (i > pattern_.size() + 1) {
@@ -93,9 +83,7 @@ class PlainRegex {
         int n = 0;
         for (const Sequence& alternative : groups_[number]) {
             n = sequence(alternative, 0, text, span);
-            if (n > 0) {
-                break;
-            }
+            if (n > 0) { break; }
         }
         return n;
     }
@@ -113,9 +101,7 @@ class PlainRegex {
             }
             const int n = element.quantifier == '?' ? std::max(0, alone(element, text + j, span - j))
                                                     : one(elements, k, text, span, j);
-            if (n < 0) {
-                return n;
-            }
+            if (n < 0) { return n; }
             j += n;
         }
         return j;
@@ -163,9 +149,7 @@ class PlainRegex {
         do {
             n = alone(elements[k], text + cursor, span - cursor);
             cursor += std::max(0, n);
-            if (plus && n < 0) {
-                break;
-            }
+            if (plus && n < 0) { break; }
             behind = sequence(elements, k + 1, text + cursor, span - cursor);
             last = behind < 0 ? last : cursor + behind;
         } while (n > 0 && !(elements[k].lazy && last > j));

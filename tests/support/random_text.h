@@ -12,9 +12,7 @@ inline size_t randomUpTo(size_t most) {
 
 inline std::string randomText(size_t letters, size_t longest) {
     std::string text(randomUpTo(longest), 'a');
-    for (char& c : text) {
-        c = "abc"[randomUpTo(letters - 1)];
-    }
+    for (char& c : text) { c = "abc"[randomUpTo(letters - 1)]; }
     return text;
 }
 

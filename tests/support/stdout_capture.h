@@ -40,14 +40,10 @@ std::string printedBy(Body body, FILE* stream = stdout) {
     return length == static_cast<ssize_t>(text.size()) ? text : "what was printed could not be read back";
 }
 
-// Debug lines without the stamps and ids at their heads.
-inline std::string withoutHeads(std::string printed) {
-    for (size_t at = 0; (at = printed.find("): ", at)) != std::string::npos; at = printed.find('\n', at)) {
-        const size_t line = printed.rfind('\n', at) + 1;  // 0 where there is none
-        printed.erase(line, at + 3 - line);
-        at = line;
-    }
-    return printed;
+// With what the body leaves in the buffer.
+template <typename Body>
+std::string allPrintedBy(Body body) {
+    return printedBy([&] { body(), fflush(stdout); });
 }
 
 }  // namespace kt::test

@@ -6,8 +6,8 @@
 #include <climits>
 
 #include "support/cancellable_thread.h"
+#include "support/debug_lines.h"
 #include "support/scripted_wait.h"
-#include "support/stdout_capture.h"
 
 // The mutex or condition that cannot be had.
 static const void* refused;
@@ -29,9 +29,7 @@ constexpr timespec kNever = {0x7fffffff, 0};
 
 // Clock 0: with the functions that do not ask for one.
 int waitFor(EVENT* ev, int clock, bool isTimed) {
-    if (clock == 0) {
-        return isTimed ? event_timedwait(ev, &kNever) : event_wait(ev);
-    }
+    if (clock == 0) { return isTimed ? event_timedwait(ev, &kNever) : event_wait(ev); }
     return isTimed ? eventCond_timedwait(ev, clock, &kNever) : eventCond_wait(ev, clock);
 }
 
@@ -104,14 +102,13 @@ TEST(Event, WaitsEnd) {
             event.state = ++wakeUps < 3 ? EVENT_RESET + 0U : c.found;
             return wakeUps < 3 ? 0 : c.result;
         };
-        gDebugMode = DEBUG_GENERAL;
         int result = -1;
-        const std::string line = kt::test::printedBy([&] { result = waitFor(&event, c.selector, isTimed); });
-        gDebugMode = 0;
+        const std::string line =
+            kt::test::debugLinesOf([&] { result = waitFor(&event, c.selector, isTimed); });
         t_wait = nullptr;
         const std::string name = "eventCond_" + std::string(isTimed ? "timed" : "") + "wait() unknown ";
         const bool isTold = *c.line != '\0' && !(isTimed && c.found == 7);
-        EXPECT_EQ(kt::test::withoutHeads(line), isTold ? name + c.line : "") << i;
+        EXPECT_EQ(line, isTold ? name + c.line : "") << i;
         EXPECT_EQ(result, c.result) << i;
         EXPECT_EQ(wakeUps, c.found == 0 ? 0 : 3) << i;
         destroyEvent(&event);
@@ -132,9 +129,7 @@ TEST(Event, CancellationLeavesNoLock) {
     for (size_t i = 0; i < 20 * std::size(calls); ++i) {
         initEventWithClocks(0x30, &event, "");
         kt::test::CancellableThread thread(calls[i % std::size(calls)]);
-        for (size_t yields = 0; yields < i; ++yields) {
-            std::this_thread::yield();
-        }
+        for (size_t yields = 0; yields < i; ++yields) { std::this_thread::yield(); }
         thread.cancel();
         EXPECT_FALSE(thread.join()) << i;
         ASSERT_EQ(destroyEvent(&event), 0) << i;  // EBUSY while it is locked
@@ -144,9 +139,7 @@ TEST(Event, CancellationLeavesNoLock) {
 // In each round the event times out, is pulsed, and then lets seven waiters through, of which the last asks until it is set.
 void runRounds(int rounds) {
     EVENT events[3];
-    for (EVENT& event : events) {
-        initEventWithClocks(0x30, &event, "");
-    }
+    for (EVENT& event : events) { initEventWithClocks(0x30, &event, ""); }
     EVENT* const done = &events[2];
     std::atomic<int> missing{0};
     std::vector<std::thread> waiters;

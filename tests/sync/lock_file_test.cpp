@@ -8,8 +8,8 @@
 #include <functional>
 
 #include "support/cancellable_thread.h"
+#include "support/debug_lines.h"
 #include "support/files.h"
-#include "support/stdout_capture.h"
 
 // What happens in a wait, and how long it sleeps.
 static std::function<int()> inWait = [] { return 0; };
@@ -30,9 +30,7 @@ const std::string kMissing = "no file";
 
 void write(const std::string& content) {
     unlink(kPath);
-    if (content != kMissing) {
-        setContents(kPath, content);
-    }
+    if (content != kMissing) { setContents(kPath, content); }
 }
 
 // All lines of one who waits in vain.
@@ -57,11 +55,10 @@ TEST(LockFile, ValuesDecideWhoWaits) {
         {"\7", fileSetLock, "\0"s, lines("fSL")},
         {"\7", fileFreeLock, "\1", lines("fFL")},
         {kMissing, never, "\11", lines("%s")}};
-    gDebugMode = DEBUG_GENERAL;
     for (const auto& [before, call, after, printed] : cases) {
         write(before);
         waits = 0;
-        EXPECT_EQ(withoutHeads(printedBy([&, call = call] { EXPECT_EQ(call(kPath), 0); })), printed);
+        EXPECT_EQ(debugLinesOf([&, call = call] { EXPECT_EQ(call(kPath), 0); }), printed);
         EXPECT_EQ(contentsOf(kPath), after) << before;
         EXPECT_EQ(waits, printed.empty() ? 0 : MAX_LOCK_RETRIES);
     }

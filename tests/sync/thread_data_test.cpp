@@ -53,9 +53,7 @@ TEST(ThreadData, ManyThreadsKeepTheListAndTheSum) {
             ASSERT_TRUE(getThreadUniqueData() == own && std::count(own, own + 64, 0) == 64);
             ASSERT_TRUE(memset(own, 0xFF, 64) == own && deleteThreadUniqueData() == 0);
         }
-        for (int round = 0; round < 10000000; ++round) {
-            atomic_add(&sum, 5);
-        }
+        for (int round = 0; round < 10000000; ++round) { atomic_add(&sum, 5); }
     };
     auto other = std::async(std::launch::async, work);
     work();

@@ -5,9 +5,9 @@
 #include <sys/resource.h>
 
 #include "support/cancellable_thread.h"
+#include "support/debug_lines.h"
 #include "support/files.h"
 #include "support/heap_requests.h"
-#include "support/stdout_capture.h"
 
 [[maybe_unused]] static const int lineBuffered = setvbuf(stdout, nullptr, _IOLBF, 0);
 static sem_t scanNow;
@@ -171,13 +171,9 @@ void restartWorkers(int rounds) {
         const std::string line = "  >> *** tpWatcher: restarting " + text(pool.latest) + "\n";
         pool.end = ends[restart % 6];
         std::string printed = printedBy([&] {
-            for (sem_post(&pool.go); pool.started == restart; sem_wait(&scanDone)) {
-                sem_post(&scanNow);
-            }
+            for (sem_post(&pool.go); pool.started == restart; sem_wait(&scanDone)) { sem_post(&scanNow); }
         });
-        for (size_t at; (at = printed.find(scan)) != std::string::npos;) {
-            printed.erase(at, scan.size());
-        }
+        for (size_t at; (at = printed.find(scan)) != std::string::npos;) { printed.erase(at, scan.size()); }
         ASSERT_EQ(printed, line) << restart;
         ASSERT_EQ(pool.pool->threads[0], pool.latest) << restart;
         usedAtFirst = restart == 12 ? memoryInUse() : usedAtFirst;
@@ -202,7 +198,7 @@ TEST(ThreadPool, PriorityIsTheCallingThreadsOwn) {
              "SetThreadPriority, setpriority failed with rc=-1, nicePriority=4, tid=" + tid + "\n"}};
         for (const auto& [policy, nice, result, effective, line] : cases) {
             const auto call = [p = policy, n = nice, r = result] { EXPECT_EQ(SetThreadPriority(p, n), r); };
-            EXPECT_EQ(kt::test::withoutHeads(printedBy(call)), line);
+            EXPECT_EQ(kt::test::debugLinesOf(call), line);
             EXPECT_EQ(getpriority(PRIO_PROCESS, 0), effective);
             EXPECT_EQ(sched_getscheduler(0), result == 22 ? SCHED_OTHER : policy);
         }

@@ -30,9 +30,7 @@ std::string collectedLiterally(const char* command, size_t size) {
     char piece[1024];
     FILE* stream = popen(command, "re");
     while (fgets(piece, sizeof piece, stream) != nullptr) {
-        if (feof(stream) == 0 && output.size() + strlen(piece) < size) {
-            output += piece;
-        }
+        if (feof(stream) == 0 && output.size() + strlen(piece) < size) { output += piece; }
     }
     pclose(stream);
     return output;

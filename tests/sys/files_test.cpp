@@ -8,11 +8,11 @@
 #include <tuple>
 
 #include "support/cancellable_thread.h"
+#include "support/debug_lines.h"
 #include "support/files.h"
 #include "support/heap_requests.h"
 #include "support/logged.h"
 #include "support/random_text.h"
-#include "support/stdout_capture.h"
 
 // The program's own definitions. In a thread that has something to happen before its reads they fail if that
 // does; else every second one is interrupted and the others give less than they might.
@@ -20,9 +20,7 @@ static thread_local std::function<bool()> t_beforeRead;
 #pragma GCC visibility push(default)
 ssize_t read(int fd, void* data, size_t size) {
     static unsigned reads;
-    if (!t_beforeRead) {
-        return syscall(SYS_read, fd, data, size);
-    }
+    if (!t_beforeRead) { return syscall(SYS_read, fd, data, size); }
     errno = t_beforeRead() ? EINTR : EIO;
     return errno == EIO || ++reads % 2 == 0 ? -1 : syscall(SYS_read, fd, data, std::min<size_t>(size, 4999));
 }
@@ -31,7 +29,6 @@ ssize_t read(int fd, void* data, size_t size) {
 namespace {
 
 using namespace std::string_literals;
-using kt::test::printedBy;
 
 constexpr char kPath[] = "/tmp/files_test";
 constexpr char kFifo[] = "/tmp/files_fifo";
@@ -56,9 +53,7 @@ std::string contents(const char* path) {
 std::string invertedLiterally(const std::string& text) {
     std::string result;
     for (size_t end = text.size(), i = end; i-- > 0;) {
-        if (text[i] == '\n') {
-            result += text.substr(i, std::exchange(end, i) - i);
-        }
+        if (text[i] == '\n') { result += text.substr(i, std::exchange(end, i) - i); }
     }
     return result;
 }
@@ -126,11 +121,10 @@ TEST(Files, AreWrittenWithTheirDirectories) {
         EXPECT_EQ(filePutContents(path, "%s", text.c_str()), result) << path;
         EXPECT_TRUE(result < 0 || path == "/dev/full"s || stored(path) == text) << path;
     }
-    gDebugMode = DEBUG_GENERAL;
-    const std::string line = printedBy([] { filePutContents("put/1/text", "a"); });
-    EXPECT_NE(strstr(line.c_str(), ".[/bin/mkdir -p put/1]\n"), nullptr);
-    EXPECT_EQ(printedBy([] { filePutContents("files_test", "a"), filePutContents("/tmp", "a"); }), "");
-    gDebugMode = 0;
+    EXPECT_EQ(kt::test::debugLinesOf([] { filePutContents("put/1/text", "a"); }),
+              "systemEx: 0.0.[/bin/mkdir -p put/1]\n");
+    EXPECT_EQ(
+        kt::test::debugLinesOf([] { filePutContents("files_test", "a"), filePutContents("/tmp", "a"); }), "");
     const int reader = open(kFifo, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     char buffer[] = "######";
     EXPECT_TRUE(filePutContentsBin(kFifo, "a\0b", 3) == 1 && fileGetByteContents(buffer, 5, kFifo) == 3);
@@ -181,17 +175,15 @@ TEST(Files, RefusedEditsAreReported) {
         EXPECT_EQ(modifyTextFile(path, needle, text, mode, 0, 0), result) << mode;
         EXPECT_TRUE(stored() == "a\0b"s && logged == log) << logged;
     }
-    gDebugMode = DEBUG_GENERAL;
-    const std::string lines = printedBy([] {
+    const std::string lines = kt::test::debugLinesOf([] {
         modifyTextFile(kPath, "%s", "%d", MODIFY_REPLACE, 0, 0);
         modifyTextFile(kPath, nullptr, "", MODIFY_DELETE_TO, 0, 0);
     });
     EXPECT_EQ(
-        kt::test::withoutHeads(lines),
+        lines,
         "Looking for [%s] in [/tmp/files_test] modifying with [%d]\nCouldn't find [%s] in /tmp/files_test\n"
         "Looking for [(null)] in [/tmp/files_test] modifying with []\nsystemEx: 0.0.[/bin/sync > "
         "/dev/null]\n");
-    gDebugMode = 0;
 }
 
 TEST(Files, CancelledEditIsWhole) {

@@ -23,6 +23,10 @@ namespace {
 
 using kt::test::takeJournal;
 
+constexpr char kProcpsFree[] =
+    "               total        used        free      shared  buff/cache   available\n"
+    "Mem:     33567776768  2147483648  2147483647     4202496  5000000000   900000000\n";
+
 // From now on a tool prints this, and its use goes to the journal.
 void fake(const std::string& path, const std::string& output) {
     const std::string record = "echo \"${0##*/} $*\" >>" + kt::test::kJournal;
@@ -30,83 +34,75 @@ void fake(const std::string& path, const std::string& output) {
                           "#!/bin/sh\n" + record + "\n/bin/sed '1,/^#--$/d' \"$0\"\nexit\n#--\n" + output);
 }
 
+// What a function makes of its record, whatever that held before, and of the tool's output.
+template <typename Record, typename Fill>
+void expectFilled(const char* output, int result, const Record& expected, const char* asked, Fill fill) {
+    if (output != nullptr) { fake(*asked == 'd' ? "/bin/df" : "/usr/bin/free", output); }
+    Record record;
+    memset(&record, 'x', sizeof record);
+    EXPECT_EQ(fill(&record), result);
+    EXPECT_EQ(memcmp(&record, &expected, sizeof record), 0) << output;
+    EXPECT_EQ(takeJournal(), asked);
+}
+
 TEST(Resources, OfTheRealTools) {
     DiskSpaceInfo disk;
-    EXPECT_EQ(getOverlayFreeSpace(&disk), 0);
-    EXPECT_TRUE(disk.filesystem == std::string("/dev/root") && disk.totalKB > disk.availableKB);
-    struct sysinfo system;
-    sysinfo(&system);
     MemoryInfo memory;
-    EXPECT_EQ(getFreeMem(&memory), 0);
+    MemUseInfo use = {};
+    struct sysinfo system;
+    EXPECT_EQ(getOverlayFreeSpace(&disk) + getFreeMem(&memory) + sysinfo(&system), 0);
+    EXPECT_TRUE(disk.filesystem == std::string("/dev/root") && disk.totalKB > disk.availableKB);
     EXPECT_EQ(memory.total, std::min<int64_t>(INT_MAX, int64_t{1} * system.totalram * system.mem_unit));
     EXPECT_TRUE(memory.used > 0 && memory.free > 0 && memory.column6 > 0);
     kt::test::setContents("/usr/local/data/fupdate/image", std::string(1 << 20, 'x'));
     EXPECT_GE(getDiskUsage("/usr/local/data/fupdate"), 1024);
-    EXPECT_EQ(getDiskUsage("/no/such 2>&1"), 0);
     const int worker = fork();
     if (worker == 0) {
         setsid();
         execl("/bin/sleep", "sleep", "987654", nullptr);
     }
-    MemUseInfo use = {};
     while (worker > 0 && queryMemUse("sleep 987654", &use) != 0) {}
     EXPECT_TRUE(use.rssKB > 0 && use.usedBytes > 0 && use.freeBytes > 0 && isdigit(*use.memPercent) != 0);
     kill(worker, SIGKILL);
     waitpid(worker, nullptr, 0);
 }
 
-TEST(Resources, DiskSpace) {
+TEST(Resources, Disks) {
     const char procps[] =
         "Filesystem            1K-blocks     Used Available Use% Mounted on\n"
         "/dev/mapper/cryptroot   3030800   912344   1945084  32% /media/a/long/mount/point\n"
-        "/dev/root2           9000000000        1        22   3% /second\n"
-        "/dev/root                  4000     1000      3000  25% /\n";
+        "/dev/root2           9000000000        1        22   3% /second\n";
     const char busybox[] =
         "Filesystem           1K-blocks      Used Available Use% Mounted on\n"
         "/dev/root                 4000      1000      3000  25% /\n"
         "/dev/mapper/cryptroot\n"
         "                       3030800    912344   1945084  32% /overlay\n"
         "odd                          - 17\n";
-    const DiskSpaceInfo none = {};
-    const std::tuple<const char*, const char*, int, DiskSpaceInfo> cases[] = {
-        {procps,
-         "/dev/mapper/cryptroot",
-         0,
-         {"/dev/mapper/cryptro", 3030800, 912344, 1945084, "32%", "/media/a/long/mount"}},
-        {busybox,
-         "/dev/mapper/cryptroot",
-         0,
-         {"/dev/mapper/cryptro", 3030800, 912344, 1945084, "32%", "/overlay"}},
-        {procps, "/dev/root", 0, {"/dev/root2", INT_MAX, 1, 22, "3%", "/second"}},
-        {busybox, "root", 0, {"root", 4000, 1000, 3000, "25%", "/"}},
-        {busybox, "odd", 0, {"odd", 0, 0, 0, "", ""}},
-        {busybox, "17", 0, {"17", 0, 0, 0, "", ""}},
-        {procps, "/dev/none", -3, none},
-        {"", "/dev/root", -3, none}};
-    for (const auto& [output, device, result, expected] : cases) {
-        fake("/bin/df", output);
-        DiskSpaceInfo info;
-        memset(&info, 'x', sizeof info);
-        EXPECT_EQ(getFreeDisk(device, &info), result);
-        EXPECT_EQ(memcmp(&info, &expected, sizeof info), 0) << output << device << info.mountPoint;
-        EXPECT_EQ(takeJournal(), "df -k\n");
-    }
-    DiskSpaceInfo info;
-    EXPECT_TRUE(getFreeDisk(nullptr, &info) == -1 && getFreeDisk("/", nullptr) == -2);
-    EXPECT_EQ(getOverlayFreeSpace(&info), -3);
+    const auto expect = [](const char* output, const char* device, int result,
+                           const DiskSpaceInfo& expected) {
+        expectFilled(output, result, expected, "df -k\n",
+                     [=](auto info) { return getFreeDisk(device, info); });
+    };
+    const char crypt[] = "/dev/mapper/cryptroot";
+    expect(procps, crypt, 0, {"/dev/mapper/cryptro", 3030800, 912344, 1945084, "32%", "/media/a/long/mount"});
+    expect(procps, "/dev/root", 0, {"/dev/root2", INT_MAX, 1, 22, "3%", "/second"});
+    const DiskSpaceInfo overlay = {"/dev/mapper/cryptro", 3030800, 912344, 1945084, "32%", "/overlay"};
+    expect(busybox, crypt, 0, overlay);
+    expectFilled(nullptr, 0, overlay, "df -k\n", getOverlayFreeSpace);
+    expect(busybox, "odd", 0, {"odd", 0, 0, 0, "", ""});
+    expect("", "/dev/root", -3, {});
     fake("/bin/df", "/dev/root 4000 1000 3000 25% /\n");
-    EXPECT_TRUE(getOverlayFreeSpace(&info) == 0 && info.totalKB == 4000);
-    takeJournal();
-}
+    const DiskSpaceInfo plain = {"/dev/root", 4000, 1000, 3000, "25%", "/"};
+    expectFilled(nullptr, 0, plain, "df -k\ndf -k\n", getOverlayFreeSpace);
+    EXPECT_TRUE(getFreeDisk(nullptr, nullptr) == -1 && getFreeDisk("/", nullptr) == -2);
 
-TEST(Resources, DiskUsage) {
-    const std::pair<const char*, int> cases[] = {{"12\t/x/sub\n40\t/x\n40\ttotal\n", 40},
-                                                 {"40\t/x\n", 0},
-                                                 {"9999999999\ttotal\n", INT_MAX},
-                                                 {"", 0},
-                                                 {"7\ttotal\n8\ttotal\n", 7}};
     const std::string longest(240, 'x');
-    for (const auto& [output, expected] : cases) {
+    const std::pair<const char*, int> usages[] = {{"12\t/x\n40\t/\n40\ttotal\n", 40},
+                                                  {"40\t/x\n", 0},
+                                                  {"", 0},
+                                                  {"9999999999\ttotal\n", INT_MAX},
+                                                  {"7\ttotal\n8\ttotal\n", 7}};
+    for (const auto& [output, expected] : usages) {
         fake("/usr/bin/du", output);
         EXPECT_EQ(getDiskUsage(longest.c_str()), expected);
         EXPECT_EQ(takeJournal(), "du -c " + longest + "\n");
@@ -115,31 +111,21 @@ TEST(Resources, DiskUsage) {
     EXPECT_EQ(takeJournal(), "");
 }
 
-constexpr char kProcpsFree[] =
-    "               total        used        free      shared  buff/cache   available\n"
-    "Mem:     33567776768  2147483648  2147483647     4202496  5000000000   900000000\n";
-
 TEST(Resources, MemoryAndLoad) {
-    const char busybox[] =
+    const auto expect = [](const char* output, int result, const MemoryInfo& expected) {
+        expectFilled(output, result, expected, "free -b\n", getFreeMem);
+    };
+    expect(kProcpsFree, 0, {"Mem:", INT_MAX, INT_MAX, INT_MAX, 4202496, INT_MAX, 900000000});
+    expect(
         "              total        used        free      shared  buff/cache   available\n"
         "Mem:      519716864    33222656   463941632       36864    22552576   475500544\n"
-        "-/+ buffers/cache:\n";
-    const std::tuple<const char*, int, MemoryInfo> cases[] = {
-        {kProcpsFree, 0, {"Mem:", INT_MAX, INT_MAX, INT_MAX, 4202496, INT_MAX, 900000000}},
-        {busybox, 0, {"Mem:", 519716864, 33222656, 463941632, 36864, 22552576, 475500544}},
-        {"Mem: 100 -5 30\nSwap: 0 0 0\n", 0, {"Mem:", 100, -5, 30, 0, 0, 0}},
-        {"nothing\n", -2, {}}};
-    for (const auto& [output, result, expected] : cases) {
-        fake("/usr/bin/free", output);
-        MemoryInfo info;
-        memset(&info, 'x', sizeof info);
-        EXPECT_EQ(getFreeMem(&info), result);
-        EXPECT_EQ(memcmp(&info, &expected, sizeof info), 0) << output << info.column6;
-        EXPECT_EQ(takeJournal(), "free -b\n");
-    }
+        "-/+ buffers/cache:\n",
+        0, {"Mem:", 519716864, 33222656, 463941632, 36864, 22552576, 475500544});
+    expect("Mem: 100 -5 30\nSwap: 0 0 0\n", 0, {"Mem:", 100, -5, 30, 0, 0, 0});
+    expect("nothing\n", -2, {});
     EXPECT_EQ(getFreeMem(nullptr), -1);
     const std::pair<const char*, int> loads[] = {
-        {"1.25 0.9 0.8 1/50 77\n", 125}, {"0.05 1 1 1/2 3\n", 5}, {"0.00 0 0 1/2 3\n", 0}, {"", 0}};
+        {"1.25 0.9 1/50 77\n", 125}, {"0.05 1\n", 5}, {"0.00 0\n", 0}, {"", 0}};
     for (const auto& [output, expected] : loads) {
         fake("/bin/cat", output);
         EXPECT_EQ(getCPULoad(), expected);
@@ -153,53 +139,46 @@ TEST(Resources, LoadingOfAProcess) {
     EXPECT_EQ(getProcessLoading("worker"), 0);
     EXPECT_EQ(takeJournal(), "pidof -s worker\ncat /proc/77/stat\ncat /proc/77/stat\n");
     EXPECT_EQ(slept, 1U);
-    kt::test::setContents(
-        "/bin/cat", "#!/bin/sh\necho >>/tmp/runs; echo a b c d e f g h i j k l m n $(wc -l </tmp/runs)\n");
+    kt::test::setContents("/bin/cat",
+                          "echo >>/tmp/runs; echo a b c d e f g h i j k l m n $(wc -l </tmp/runs)\n");
     EXPECT_EQ(getProcessLoading("worker"), 1);
     fake("/bin/pidof", "");
-    const auto inVain = [] {
-        EXPECT_TRUE(getProcessLoading("worker") == -2 && getProcessLoading(nullptr) == -1);
-        fflush(stdout);
-    };
-    EXPECT_EQ(kt::test::printedBy(inVain),
+    const auto inVain = [] { EXPECT_EQ(getProcessLoading("worker") * 10 + getProcessLoading(nullptr), -21); };
+    EXPECT_EQ(kt::test::allPrintedBy(inVain),
               "Could not get process ID for [worker]\nMust give process name to show\n");
 }
 
 // Result, figures and what is printed, of a record that was not cleared.
-std::string memUse(const std::string& name) {
+std::string memUse(const char* name) {
     MemUseInfo info = {7, "xxxxxxx", 7, 7, ""};
     int result = 0;
-    const auto query = [&] {
-        result = queryMemUse(name.empty() ? nullptr : name.c_str(), &info);
-        fflush(stdout);
-    };
-    const std::string printed = kt::test::printedBy(query);
+    const std::string printed = kt::test::allPrintedBy([&] { result = queryMemUse(name, &info); });
     int days = -1;
     EXPECT_EQ(sscanf(info.uptime, "%d:%*2d:%*2d:%*2d", &days), 1);
-    const std::string figures = std::to_string(info.usedBytes) + " " + std::to_string(info.freeBytes) + " ";
-    return std::to_string(result) + " " + figures + std::to_string(info.rssKB) + " " + info.memPercent +
-           "\n" + printed;
+    char figures[100];
+    snprintf(figures, sizeof figures, "%d %d %d %d %s\n", result, info.usedBytes, info.freeBytes, info.rssKB,
+             info.memPercent);
+    return figures + printed;
 }
 
 TEST(Resources, MemoryUseOfAProcess) {
-    const std::string console = "    1 ttymxc6  Ss     0:07      3    77  1800   900  0.2 /sbin/console -c\n";
-    const std::string daemon =
-        "  123 ?        Ssl    1:01      5   120 30000 12345 10.75123 /usr/bin/worker\n";
     const std::string without = "-1 2147483647 2147483647 7 xxxxxxx\n -- else !(";
     fake("/usr/bin/free", kProcpsFree);
     fake("/bin/ps",
-         "  PID TTY STAT TIME MAJFL TRS DRS RSS %MEM COMMAND\n" + daemon + console + "1 root 0:07 odd\n");
+         "    1 ttymxc6  Ss     0:07      3    77  1800   900  0.2 /sbin/console -c\n"
+         "  123 ?        Ssl    1:01      5   120 30000 12345 10.75123 /usr/bin/worker\n1 root 0:07 odd\n");
     takeJournal();
     EXPECT_EQ(memUse("worker"), "0 2147483647 2147483647 12345 10.7512\n");
     EXPECT_EQ(memUse("console"), "0 2147483647 2147483647 900 0.2\n");
     EXPECT_EQ(memUse("odd"), without + "p2) / return(-1)\n --- TempBuff = 1 root 0:07 odd\n\n");
+    EXPECT_EQ(takeJournal(), "free -b\nps axv\nfree -b\nps axv\nfree -b\nps axv\n");
     EXPECT_EQ(memUse("none"), without +
                                   "sysBuffEcho_alt(cmd_str, ...) / return(-1)\n"
                                   " --- cmd_str = ps axv | grep 'none' | grep -v 'grep'\n --- TempBuff = \n");
-    EXPECT_EQ(takeJournal(), "free -b\nps axv\nfree -b\nps axv\nfree -b\nps axv\nfree -b\nps axv\n");
-    EXPECT_EQ(memUse(std::string(256, 'x')).find(without + "sysBuffEcho_alt(cmd_str"), 0U);
-    EXPECT_EQ(memUse(""), without + "proc_name != NULL) / return(-1)\n");
-    EXPECT_EQ(takeJournal(), "free -b\nfree -b\n");
+    EXPECT_EQ(memUse(nullptr), without + "proc_name != NULL) / return(-1)\n");
+    takeJournal();
+    EXPECT_EQ(memUse(std::string(256, 'x').c_str()).find(without + "sysBuffEcho_alt(cmd_str"), 0U);
+    EXPECT_EQ(takeJournal(), "free -b\n");
     EXPECT_EQ(queryMemUse("worker", nullptr), -1);
     fake("/usr/bin/free", "odd\n");
     EXPECT_EQ(memUse("worker"), "-1 7 7 7 xxxxxxx\n -- else !(p1) / return(-1)\n --- TempBuff = odd\n\n");

@@ -7,9 +7,9 @@
 #include <future>
 
 #include "support/cancellable_thread.h"
+#include "support/debug_lines.h"
 #include "support/forked_child.h"
 #include "support/logged.h"
-#include "support/stdout_capture.h"
 
 namespace {
 
@@ -20,9 +20,8 @@ using Outcome = std::pair<int, std::string>;  // result and debug lines
 
 Outcome outcomeOf(decltype(&systemEx) function, const std::string& command) {
     int result = 0;
-    gDebugMode = DEBUG_GENERAL;
-    const std::string printed = printedBy([&] { result = function("%s", command.c_str()); });
-    return {result, withoutHeads(printed)};
+    const std::string lines = debugLinesOf([&] { result = function("%s", command.c_str()); });
+    return {result, lines};
 }
 
 bool isFree(pthread_mutex_t& mutex) {

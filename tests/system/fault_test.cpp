@@ -128,9 +128,7 @@ void expectReports(bool isSoak) {
             one.place = i / 2 % 2 == 0 ? "inMain" : fault.place;
             one.words = i % 2 == 0 ? "" : "storm";
             one.errors = static_cast<Errors>(i / 4);
-            if (isSoak || i % 2 == (i / 2 + i / 4) % 2) {
-                expectReport(one);
-            }
+            if (isSoak || i % 2 == (i / 2 + i / 4) % 2) { expectReport(one); }
         }
     }
     for (int i = 0; i < (isSoak ? 100 : 4); ++i) {
@@ -189,9 +187,7 @@ TEST(Fault, IsReportedThoughFunctionsHangOrFault) {
                           {symbol, "inChild", "", shown},
                           {symbol, "besideAssertion", "logStackTrace", shown, "", false},
                           {"failAssertion", "inMain", "logStackTrace!", "( failAssertion() + 0x", "", false}};
-    for (const Case& one : cases) {
-        expectReport(one);
-    }
+    for (const Case& one : cases) { expectReport(one); }
 }
 
 }  // namespace

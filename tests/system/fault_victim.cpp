@@ -156,9 +156,7 @@ void inEight() {
 }
 
 void inChild() {
-    if (fork() == 0) {
-        inMain();
-    }
+    if (fork() == 0) { inMain(); }
     int status = 0;
     wait(&status);
     _exit(WEXITSTATUS(status));
@@ -177,9 +175,7 @@ int main(int, char** arguments) {
     atexit([] { step("exit"); });
     InitSigHandlers();
     mallopt(M_ARENA_MAX, 1);
-    for (int i = 0; strstr(words, "storm") != nullptr && i < 2; ++i) {
-        std::thread(allocate).detach();
-    }
+    for (int i = 0; strstr(words, "storm") != nullptr && i < 2; ++i) { std::thread(allocate).detach(); }
     function(arguments[2])();
     pause();  // which nothing that another thread's report needs may interrupt
 }

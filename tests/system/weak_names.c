@@ -42,9 +42,7 @@ static void check(int holds, const char* what) {
 }
 
 int main(void) {
-    if (getenv("KT_UNIT_JOURNAL") == NULL) {
-        return 2;
-    }
+    if (getenv("KT_UNIT_JOURNAL") == NULL) { return 2; }
     (void)!system(
         "mkdir -p /tmp/own-traces /tmp/own-shm; touch /tmp/own-traces/t /tmp/own-shm/sem.prot_a.sem "
         "/usr/local/data/traces/t /dev/shm/sem.prot_a.sem");

@@ -33,9 +33,7 @@ TEST(AppendBuffer, GrowsByIncrementsAtTheThresholdAndAsTheTextNeeds) {
         for (int round = 0, size = 0; round < 200; ++round) {
             const string piece = randomText(3, 70);
             size += size == 0 || size - b.used <= threshold ? 16 : 0;
-            while (size - b.used <= static_cast<int>(piece.size())) {
-                size += 16;
-            }
+            while (size - b.used <= static_cast<int>(piece.size())) { size += 16; }
             b.append(piece, size);
         }
     }

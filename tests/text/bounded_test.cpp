@@ -50,9 +50,7 @@ TEST(Editors, ReplaceWithinALengthPastTerminators) {
 }
 
 string stripped(string s, const string& sub) {
-    for (size_t at = s.find(sub); at != string::npos; at = s.find(sub)) {
-        s.erase(at, sub.size());
-    }
+    for (size_t at = s.find(sub); at != string::npos; at = s.find(sub)) { s.erase(at, sub.size()); }
     return s;
 }
 
@@ -115,9 +113,7 @@ void compareBounded(const string& dst, const string& src, size_t size) {
     }
     const int count = static_cast<int>(randomUpTo(5)) - 1;
     string repeated = dst;
-    for (int i = 0; i < count; ++i) {
-        repeated += repeated.size() + src.size() < size ? src : "";
-    }
+    for (int i = 0; i < count; ++i) { repeated += repeated.size() + src.size() < size ? src : ""; }
     EXPECT_EQ(strcat_rep((array = before).data(), src.c_str(), count, size),
               static_cast<int>(repeated.size()));
     compare(array.data(), true, repeated);

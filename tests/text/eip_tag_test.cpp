@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <ktcommon.h>
 
-#include "support/stdout_capture.h"
+#include "support/debug_lines.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ TEST(EipTag, IsAnAssemblyObject) {
         const void* const record[] = {"", "", "", "", "", "", "EthernetIP", driver, "EthernetIP"};
         const auto ask = [&record, name = tag] { return isEipAssemblyObjectTagMap(name, record); };
         const string text = string("isEipAssemblyObjectTagMap, ") + (tag == nullptr ? "(null)" : tag) + found;
-        EXPECT_EQ(kt::test::withoutHeads(kt::test::printedBy([&ask] { ask(); })), text);
+        EXPECT_EQ(kt::test::debugLinesOf(ask), text);
         EXPECT_EQ(ask(), text.find(" is an ") == string::npos ? 0 : 1) << text;
     }
     EXPECT_EQ(isEipAssemblyObjectTagMap("100", nullptr), 0);

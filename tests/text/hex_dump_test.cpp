@@ -26,12 +26,8 @@ string pieceByPiece(const string& whole, size_t length, size_t margin, size_t si
     for (size_t done = 0; done < length; done += 16) {
         const size_t count = std::min<size_t>(16, length - done);
         add(margin + strlen("0000  "));
-        for (size_t i = 0; i < count; ++i) {
-            add(strlen("00 "));
-        }
-        for (const size_t piece : {3 * (16 - count), size_t{2}, count, size_t{1}}) {
-            add(piece);
-        }
+        for (size_t i = 0; i < count; ++i) { add(strlen("00 ")); }
+        for (const size_t piece : {3 * (16 - count), size_t{2}, count, size_t{1}}) { add(piece); }
     }
     return text;
 }

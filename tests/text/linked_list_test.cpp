@@ -17,9 +17,7 @@ using kt::test::printedBy;
 struct List : LLNode {
     explicit List(unsigned elemSize) : LLNode() { llInit(this, elemSize); }
     ~List() {
-        while (head != nullptr) {
-            llDelete(this, head->data);
-        }
+        while (head != nullptr) { llDelete(this, head->data); }
     }
 };
 

@@ -113,17 +113,13 @@ TEST(ParsedList, ShowsItself) {
 // get through here.
 TEST(ParsedList, HasManyNodes) {
     string text;
-    for (int i = 0; i < 400000; ++i) {
-        text += "t=" + std::to_string(i) + ";";
-    }
+    for (int i = 0; i < 400000; ++i) { text += "t=" + std::to_string(i) + ";"; }
     const List list = parsed(text);
     EXPECT_EQ(built(list) + ";", text);
 }
 
 TEST(ParsedList, ShortageChangesNothingAndLeavesNothing) {
-    if (!kHeapRefuses) {
-        GTEST_SKIP() << "this allocator cannot refuse";
-    }
+    if (!kHeapRefuses) { GTEST_SKIP() << "this allocator cannot refuse"; }
     const List list = parsed("a=1;b=2");
     size_t before = 0;
     for (int round = 0; round < 2000; ++round) {

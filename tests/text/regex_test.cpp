@@ -53,9 +53,7 @@ void compareRandomPairs(int count) {
     for (int round = 0; round < count; ++round) {
         const string pattern = randomPattern();
         string text = randomText(2, 9);
-        for (char& c : text) {
-            c = randomUpTo(7) == 0 ? "A1 \b"[randomUpTo(3)] : c;
-        }
+        for (char& c : text) { c = randomUpTo(7) == 0 ? "A1 \b"[randomUpTo(3)] : c; }
         const int numCaps = static_cast<int>(randomUpTo(8));
         const int flags = static_cast<int>(randomUpTo(1));
         ASSERT_EQ(outcome(slre_match, pattern, text, numCaps, flags),
@@ -102,9 +100,7 @@ TEST(Regex, TellsWhatIsWrongWithThePattern) {
 
 string repeated(const string& text, int count) {
     string all;
-    for (int i = 0; i < count; ++i) {
-        all += text;
-    }
+    for (int i = 0; i < count; ++i) { all += text; }
     return all;
 }
 

@@ -10,9 +10,7 @@ using std::string;
 // All texts of these letters, the shorter ones first.
 string nth(size_t n, const string& letters) {
     string text;
-    for (; n > 0; n = (n - 1) / letters.size()) {
-        text += letters[(n - 1) % letters.size()];
-    }
+    for (; n > 0; n = (n - 1) / letters.size()) { text += letters[(n - 1) % letters.size()]; }
     return text;
 }
 
