@@ -50,10 +50,10 @@ inBlock && !hasModule++ {
     if (begins && !depth && !continues && attached) tell()
     if (begins && !depth) bare = code ~ /^enum/ && !attached  # Doxygen does not miss the text of an unnamed one
     if (sub(/.*\/\/ /, "", comment)) comment = "  ///< " escaped(comment)
-    else if (bare && code ~ /[=,]/) comment = "  ///< \\undocumented"  # no command: makes Doxygen warn
     else comment = depth && code ~ /;$/ ? "  ///< &nbsp;" : ""  # a field that its record tells of
+    if (bare && !comment && code ~ /[=,]/) print "/// \\undocumented"  # no command: makes Doxygen warn
     print code comment
-    if (code !~ /extern "C"|^}$/) depth += gsub(/{/, "{", code) - gsub(/}/, "}", code)  # not those of extern "C"
+    if (code !~ /extern "C"|^[}]$/) depth += gsub(/[{]/, "{", code) - gsub(/[}]/, "}", code)  # not of extern "C"
     continues = (begins || continues) && code !~ /[;{]$|^#/
 }
 END { print "/// \\}\n\n/// \\}" }

@@ -49,6 +49,7 @@ extern KT_API const char DEFAULT_MAC_RANGE[];                 // "2"
 extern KT_API const char VENDORMODEL_PENDLEWICK_DEFAULT_VAL[];  // "QN-HBL-6PX-3LN874/209"
 extern KT_API const char VENDORMODEL_UNKNOWN_DEFAULT_VAL[];     // "Unknown vendor model"
 
+// Bytes of a field, the terminator included.
 enum { MFG_FIELD_SIZE = 32 };
 
 // The manufacturing record: texts, each cut to its field with a terminator.

@@ -29,6 +29,7 @@
 extern "C" {
 #endif
 
+// What modifyTextFile does at its target.
 enum { MODIFY_INSERT = 1, MODIFY_REPLACE = 2, MODIFY_DELETE_TO = 4 };
 
 // Returns 1 when there is something at the path, of any kind, symbolic links followed; else 0, also when it
