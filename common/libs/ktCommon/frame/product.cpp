@@ -9,10 +9,10 @@
 #include <cstdio>
 #include <cstring>
 
-#include "config_data.h"
 #include "frame/mfg_config.h"
 #include "internal/build_stamps.h"
 #include "internal/component_ids.h"
+#include "internal/config_row.h"
 #include "internal/full_sleep.h"
 #include "internal/heap_text.h"
 #include "internal/reboot_unit.h"
@@ -112,9 +112,7 @@ void fillRecord(char* mfgText) {
         }
     }
     info.modelNumberOrd = kModelNumberOrd;
-    dalGetConfigRowValue1("databaseSchema", 0, info.databaseSchema, sizeof info.databaseSchema);
-    info.databaseSchema[sizeof info.databaseSchema - 1] =
-        '\0';  // whatever the library there makes of the size
+    kt::readConfigRow("databaseSchema", info.databaseSchema);
 }
 
 const ProductInfo& filledRecord() {

@@ -9,7 +9,7 @@
 #include <memory>
 #include <optional>
 
-#include "config_data.h"
+#include "internal/config_row.h"
 #include "internal/released_by.h"
 #include "text/convert.h"
 #include "text/parsed_list.h"
@@ -89,9 +89,8 @@ std::optional<uint32_t> secondsIn(uint32_t count, int unit, time_t start) {
 
 // How far the gateway's local time is ahead of UTC, modulo 2^32.
 uint32_t configuredOffset() {
-    char row[kRowSize] = {};
-    dalGetConfigRowValue1("time", 0, row, sizeof row);
-    row[sizeof row - 1] = '\0';  // whatever the library there makes of the size
+    char row[kRowSize];
+    kt::readConfigRow("time", row);
     const OwnedList settings(parseDelimtedString(row, '=', ';'));
     const char* offset = getParsedValue(settings.get(), "gmt_offset");
     if (offset == nullptr || strlen(offset) <= kMinutesAt) {
