@@ -17,7 +17,7 @@ std::string tenthLine() {
     std::string conf = contentsOf(kConf);
     size_t begin = 0;
     for (int line = 1; line < 10; ++line) { begin = conf.find('\n', begin) + 1; }
-    const std::string tenth = conf.substr(begin, conf.find('\n', begin) - begin);
+    std::string tenth = conf.substr(begin, conf.find('\n', begin) - begin);
     conf.erase(begin, tenth.size() + 1);
     EXPECT_EQ(checksumOf(conf), 0x8B20713EU) << conf;
     return tenth;

@@ -29,11 +29,7 @@ constexpr time_t kHour = 3600;
 constexpr time_t kDay = 24 * kHour;
 
 time_t at(int year, int month, int day, int hour = 0) {
-    struct tm date = {};
-    date.tm_year = year - 1900;
-    date.tm_mon = month - 1;
-    date.tm_mday = day;
-    date.tm_hour = hour;
+    struct tm date = {0, 0, hour, day, month - 1, year - 1900, 0, 0, 0, 0, nullptr};
     return timegm(&date);
 }
 

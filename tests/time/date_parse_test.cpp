@@ -5,11 +5,8 @@ namespace {
 
 // In Central Europe's standard time.
 time_t at(int year, int month, int day, int hour, int minute, int second) {
-    struct tm date = {};
-    date.tm_year = year - 1900;
-    date.tm_mon = month - 1;
-    date.tm_mday = day;
-    return timegm(&date) + (hour - 1) * 3600 + minute * 60 + second;
+    struct tm date = {second, minute, hour - 1, day, month - 1, year - 1900, 0, 0, 0, 0, nullptr};
+    return timegm(&date);
 }
 
 TEST(DateParse, TextsBecomeTimes) {
