@@ -1,6 +1,7 @@
 // Runs in the virtual unit, where /tmp is its own.
 #include <gtest/gtest.h>
 #include <ktcommon.h>
+#include <sys/ioctl.h>
 #include <sys/syscall.h>
 
 #include <algorithm>
@@ -130,6 +131,19 @@ TEST(Files, AreWrittenWithTheirDirectories) {
     EXPECT_TRUE(filePutContentsBin(kFifo, "a\0b", 3) == 1 && fileGetByteContents(buffer, 5, kFifo) == 3);
     EXPECT_EQ(std::string(buffer, 6), "a\0b\0\0#"s);
     EXPECT_EQ(filePutContentsBin(kFifo, kBig.data(), kBig.size()), 0) << "more than a pipe holds";
+    fcntl(reader, F_SETFL, 0);
+    std::string rest(kBig.size(), '\0');
+    for (int left = 0; ioctl(reader, FIONREAD, &left) == 0 && left > 0;) {
+        (void)!::read(reader, rest.data(), 1000);
+    }
+    std::thread writer(
+        [] { EXPECT_EQ(filePutContentsBin(kFifo, kBig.data(), kBig.size()), 1) << "signals do not matter"; });
+    for (int held = 0; held < 65536;) { ioctl(reader, FIONREAD, &held); }
+    kt::test::interrupt(writer.native_handle(), 20);
+    for (size_t got = 0; got < kBig.size();) {
+        got += static_cast<size_t>(::read(reader, rest.data(), rest.size()));
+    }
+    writer.join();
     close(reader);
     EXPECT_TRUE(filePutContents(nullptr, "text") == -1 && filePutContents(kPath, kNull) == -1);
     EXPECT_TRUE(filePutContentsBin(nullptr, "", 0) == -1 && filePutContentsBin(kPath, nullptr, 0) == -1);

@@ -16,12 +16,13 @@
 
 #include "diag/debug.h"
 #include "frame/process.h"
+#include "internal/broken_pipe.h"
 #include "internal/debug_assertion.h"
 #include "internal/errno_guard.h"
 #include "internal/fatal_report.h"
 #include "internal/fault_registers.h"
 #include "internal/fault_texts.h"
-#include "internal/heap_text.h"
+#include "internal/released_by.h"
 #include "internal/report_lock.h"
 #include "internal/report_writer.h"
 #include "internal/stack_word.h"
@@ -467,7 +468,7 @@ void print_trace() {
     constexpr int kMost = 10;
     void* frames[kMost];
     const int count = backtrace(frames, kMost);
-    const std::unique_ptr<char*, kt::ReleasedBy<free>> texts(backtrace_symbols(frames, count));
+    const kt::Owned<char*, free> texts(backtrace_symbols(frames, count));
     printf("Obtained %zd stack frames.\n", static_cast<ssize_t>(count));
     for (int i = 0; texts != nullptr && i < count; ++i) {
         puts(texts.get()[i]);

@@ -30,7 +30,6 @@ char* gDebugFileName;  // guarded by kt::StdoutLock
 namespace {
 
 constexpr size_t kProcessNameSize = 80;
-constexpr int kSqlTraceOption = 1;
 constexpr char kNoFileNotice[] = "\n***\n*** Must call _debugSetFileName() to set a filename\n***\n";
 
 bool isOn(unsigned bit) {
@@ -229,7 +228,7 @@ class OptionParser {
         for (; *next >= 'A' && *next <= 'Z'; ++next) {
             if (bit == DEBUG_SQL && *next == 'T') {
                 print("(trace)");
-                sqlSetOption(kSqlTraceOption, 1);
+                sqlSetOption(SQL_OPTION_TRACE, 1);
             } else if (bit == DEBUG_SOCKETS && *next == 'R') {
                 print("(recv)");
                 switchOn(DEBUG_SOCKETS_RECV);

@@ -18,6 +18,7 @@
 #include "frame/process.h"
 #include "internal/component_ids.h"
 #include "internal/descriptor.h"
+#include "internal/error_text.h"
 #include "internal/heap_text.h"
 #include "internal/mutex_lock.h"
 #include "internal/server_end.h"
@@ -50,6 +51,7 @@ constexpr size_t kProcessNameSize = 256;
 constexpr size_t kCommandSize = 256;
 constexpr size_t kCapturedOutputSize = 10240;
 constexpr size_t kPeerRecordSize = 40;
+constexpr size_t kErrorTextSize = 128;
 constexpr std::chrono::seconds kClientLimit{3};
 
 std::atomic<time_t> processStart;
@@ -235,8 +237,9 @@ void runServer(const CmdEntry* table) {
     }
     const int handle = simpleBind(port);
     if (handle < 0) {
+        const kt::ErrorText<kErrorTextSize> cause(errno);
         logError(kt::component::kDebugServer, "debugCommand: Couldn't start listener for %s on port %d. '%s'",
-                 name, port, strerror(errno));
+                 name, port, cause.get());
         Listener::publish(0);
         return;
     }
@@ -277,7 +280,7 @@ int cmdIntParseCommand(const CmdEntry* table, const char* command, char* args, c
 
 int _ccmd_showET(char*, char** reply) {
     const kt::HeapText elapsed(formatET(static_cast<int>(time(nullptr) - processStart), 1));
-    sprintf_x(reply, "Process has been running for %s\n", elapsed.get());
+    sprintf_x(reply, "Process has been running for %s\n", kt::textOf(elapsed));
     return 0;
 }
 
@@ -289,7 +292,7 @@ int _ccmd_doRPC(char* args, char** reply) {
     char output[kCapturedOutputSize];
     systemBufferEcho(args, nullptr, output, sizeof output);
     const kt::HeapText rule(strfill('-', strlen(args) + 2));
-    sprintf_x(reply, "%s\n%s\n%s", args, rule.get(), output);
+    sprintf_x(reply, "%s\n%s\n%s", args, kt::textOf(rule), output);
     return 0;
 }
 
@@ -299,7 +302,7 @@ int _ccmd_getTag(char* args, char** reply) {
         return kMissingArgument;
     }
     const kt::HeapText value(getTagValueByName(nullptr, nullptr, args, 0));
-    sprintf_x(reply, "Tag [%s] = [%s]\n", args, value == nullptr ? "" : value.get());
+    sprintf_x(reply, "Tag [%s] = [%s]\n", args, kt::textOf(value));
     return 0;
 }
 

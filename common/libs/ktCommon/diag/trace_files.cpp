@@ -13,7 +13,6 @@
 #include <cstdint>
 #include <cstring>
 #include <ctime>
-#include <memory>
 
 #include "diag/debug.h"
 #include "internal/component_ids.h"
@@ -38,7 +37,7 @@ void closeDirectory(DIR* directory) {
     const kt::Uncancelled uncancelled;
     closedir(directory);
 }
-using Directory = std::unique_ptr<DIR, kt::ReleasedBy<closeDirectory>>;
+using Directory = kt::Owned<DIR, closeDirectory>;
 
 bool isTraceFile(const char* name) {
     return strstr(name, ".log") != nullptr || strstr(name, ".pcap") != nullptr;

@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <memory>
 #include <utility>
 
 #include "diag/debug.h"
@@ -85,7 +84,7 @@ class FieldText {
     FieldArray text_;
 };
 
-using OwnedList = std::unique_ptr<ParsedNode, kt::ReleasedBy<deleteParsedString>>;
+using OwnedList = kt::Owned<ParsedNode, deleteParsedString>;
 
 // Null without memory.
 kt::HeapText fileText(const MfgConfigSet& set) {

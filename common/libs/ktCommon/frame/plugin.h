@@ -6,8 +6,9 @@
 // fail, that is an entry of the error log, and the operation runs without it.
 //
 // component: the caller's component id, for its entries in the error log. Every function may run in any thread
-// and blocks for as long as the file system and the initialisers of the library do; kt_dlerror does not. errno
-// is not kept. Not for signal handlers.
+// and blocks for as long as the file system and the initialisers of the library do, and is a cancellation point
+// when it fails to open; a cancelled one leaves the lock. kt_dlerror is none and does not block. errno is not
+// kept. Not for signal handlers.
 #ifndef KT_FRAME_PLUGIN_H
 #define KT_FRAME_PLUGIN_H
 

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "internal/command_line.h"
 #include "sys/capture.h"
 #include "text/bounded.h"
 #include "text/convert.h"
@@ -36,11 +37,9 @@ char* getProcessName(int pid, char* dest, size_t n) {
     if (*g_processNameOverride != '\0') {
         return copyOverride(dest, n);
     }
-    char command[kCommandSize];
-    snprintf(command, sizeof command,
-             "/bin/ps -p %d | /bin/grep '%d' | /usr/bin/cut -d ':' -f 3 | /usr/bin/cut -d ' ' -f 2", pid,
-             pid);
-    systemBufferEcho(command, nullptr, dest, n);
+    const kt::CommandLine<kCommandSize> command(
+        "/bin/ps -p %d | /bin/grep '%d' | /usr/bin/cut -d ':' -f 3 | /usr/bin/cut -d ' ' -f 2", pid, pid);
+    systemBufferEcho(command.text(), nullptr, dest, n);
     return trimex(dest, '\n');
 }
 

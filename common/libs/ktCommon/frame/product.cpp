@@ -45,7 +45,6 @@ constexpr char kVendorId[] = "Marrowby";
 constexpr size_t kMfgTextSize = 1024;
 constexpr size_t kRevisionTextSize = 256;
 constexpr size_t kPartitionTextSize = 1024;
-constexpr size_t kLineCommandSize = 80;
 constexpr std::chrono::seconds kInterfaceDownPause{2};
 constexpr std::chrono::seconds kLineSettlingPause{5};
 
@@ -213,9 +212,7 @@ int managePROG_B(const char* target, int level) {
         systemEx("/sbin/ifconfig eth1 down");
         kt::sleepFully(kInterfaceDownPause);
     }
-    char command[kLineCommandSize];
-    snprintf(command, sizeof command, "/bin/echo %d > %s", level, programLine(target));
-    systemEx("%s", command);
+    systemEx("/bin/echo %d > %s", level, programLine(target));
     printf("%s PROG_B\n", level != 0 ? "Releasing" : "Holding");
     kt::sleepFully(kLineSettlingPause);
     return 0;

@@ -1,15 +1,18 @@
-// An open file descriptor with one owner, and the write that does not stop half-way.
+// An open file descriptor with one owner, and writes that do not stop half-way.
 #ifndef KT_INTERNAL_DESCRIPTOR_H
 #define KT_INTERNAL_DESCRIPTOR_H
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstddef>
 #include <utility>
 
 #include "internal/private.h"
 #include "internal/uncancelled.h"
+#include "internal/uninterrupted.h"
 
 namespace kt {
 
@@ -40,6 +43,18 @@ class Descriptor {
   private:
     int fd_;
 };
+
+// False when that does not come about before the deadline.
+inline bool waitUntilWritable(int fd, std::chrono::steady_clock::time_point deadline) {
+    using std::chrono::milliseconds;
+    pollfd entry = {fd, POLLOUT, 0};
+    const int ready = uninterrupted([&] {
+        const auto left =
+            std::chrono::ceil<milliseconds>(deadline - std::chrono::steady_clock::now()).count();
+        return left > 0 ? poll(&entry, 1, static_cast<int>(left)) : 0;
+    });
+    return ready > 0;
+}
 
 // One write call for all of `size` bytes; only a signal or a short write makes it more, and a descriptor that is
 // full while goesOn says so. False when the rest is lost.

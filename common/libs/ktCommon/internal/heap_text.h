@@ -3,14 +3,18 @@
 #define KT_INTERNAL_HEAP_TEXT_H
 
 #include <cstdlib>
-#include <memory>
 
 #include "internal/private.h"
 #include "internal/released_by.h"
 
 namespace kt {
 
-using HeapText = std::unique_ptr<char, ReleasedBy<free>>;
+using HeapText = Owned<char, free>;
+
+// Empty without memory.
+inline const char* textOf(const HeapText& text) {
+    return text == nullptr ? "" : text.get();
+}
 
 }  // namespace kt
 

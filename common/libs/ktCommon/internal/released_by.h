@@ -1,6 +1,8 @@
-// The deleter of a std::unique_ptr to what a C function releases.
+// The owner of what a C function releases.
 #ifndef KT_INTERNAL_RELEASED_BY_H
 #define KT_INTERNAL_RELEASED_BY_H
+
+#include <memory>
 
 #include "internal/private.h"
 
@@ -13,6 +15,9 @@ struct ReleasedBy {
         Release(resource);
     }
 };
+
+template <typename T, auto Release>
+using Owned = std::unique_ptr<T, ReleasedBy<Release>>;
 
 }  // namespace kt
 

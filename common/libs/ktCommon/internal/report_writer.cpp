@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <limits.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,7 +9,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <ctime>
 
 #include "internal/descriptor.h"
 #include "internal/fatal_report.h"
@@ -21,18 +19,6 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
-bool isBrokenPipePending() {
-    sigset_t pending;
-    return sigpending(&pending) == 0 && sigismember(&pending, SIGPIPE) == 1;
-}
-
-sigset_t brokenPipeOnly() {
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, SIGPIPE);
-    return set;
-}
-
 // The mode of a descriptor is shared with whoever else holds it and must stay as it is. But a pipe or
 // terminal can be opened once more, with a mode of our own.
 int openWithoutBlocking(int fd) {
@@ -41,31 +27,7 @@ int openWithoutBlocking(int fd) {
     return open(path, O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
 }
 
-bool waitUntilWritable(int fd, steady_clock::time_point deadline) {
-    pollfd entry = {fd, POLLOUT, 0};
-    int ready = 0;
-    do {
-        const auto left = std::chrono::ceil<milliseconds>(deadline - steady_clock::now()).count();
-        ready = left > 0 ? poll(&entry, 1, static_cast<int>(left)) : 0;
-    } while (ready < 0 && errno == EINTR);
-    return ready > 0;
-}
-
 }  // namespace
-
-BrokenPipeIgnored::BrokenPipeIgnored() : wasPending_(isBrokenPipePending()) {
-    const sigset_t brokenPipe = brokenPipeOnly();
-    pthread_sigmask(SIG_BLOCK, &brokenPipe, &previous_);
-}
-
-BrokenPipeIgnored::~BrokenPipeIgnored() {
-    const sigset_t brokenPipe = brokenPipeOnly();
-    const timespec noWait = {};
-    if (!wasPending_ && isBrokenPipePending()) {
-        sigtimedwait(&brokenPipe, nullptr, &noWait);
-    }
-    pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
-}
 
 void writeReport(int fd, const char* data, size_t size, milliseconds limit) {
     const steady_clock::time_point deadline = steady_clock::now() + limit;

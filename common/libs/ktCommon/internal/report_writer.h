@@ -3,28 +3,12 @@
 #ifndef KT_INTERNAL_REPORT_WRITER_H
 #define KT_INTERNAL_REPORT_WRITER_H
 
-#include <signal.h>
-
 #include <chrono>
 #include <cstddef>
 
 #include "internal/private.h"
 
 namespace kt {
-
-// A write to a pipe or socket that nobody reads any more does not end the process while this lives. SIGPIPE
-// is sent to the thread that writes: there it is blocked and, if it came meanwhile, taken back.
-class BrokenPipeIgnored {
-  public:
-    BrokenPipeIgnored();
-    ~BrokenPipeIgnored();
-    BrokenPipeIgnored(const BrokenPipeIgnored&) = delete;
-    BrokenPipeIgnored& operator=(const BrokenPipeIgnored&) = delete;
-
-  private:
-    sigset_t previous_;
-    bool wasPending_;
-};
 
 // One write call for all of `size` bytes; more when it takes less. Gives up on an error, and when `limit` has
 // passed: a pipe, socket or terminal that nobody reads does not block for longer, whatever its own mode.

@@ -2,9 +2,8 @@
 
 #include <sys/socket.h>
 
-#include <cerrno>
-
 #include "internal/uncancelled.h"
+#include "internal/uninterrupted.h"
 #include "sockets.h"
 
 namespace kt {
@@ -20,22 +19,17 @@ Service::~Service() {
 
 void Service::send(const char* data, size_t size) const {
     while (size > 0) {
-        const ssize_t sent = ::send(socket_, data, size, MSG_NOSIGNAL);
-        if (sent < 0 && errno != EINTR) {
+        const ssize_t sent = uninterrupted([=] { return ::send(socket_, data, size, MSG_NOSIGNAL); });
+        if (sent < 0) {
             return;
         }
-        const size_t taken = sent < 0 ? 0 : static_cast<size_t>(sent);
-        data += taken;
-        size -= taken;
+        data += sent;
+        size -= static_cast<size_t>(sent);
     }
 }
 
 ssize_t Service::receive(char* data, size_t size) const {
-    ssize_t received;
-    do {
-        received = recv(socket_, data, size, 0);
-    } while (received < 0 && errno == EINTR);
-    return received;
+    return uninterrupted([=] { return recv(socket_, data, size, 0); });
 }
 
 }  // namespace kt

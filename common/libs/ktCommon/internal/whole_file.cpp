@@ -4,7 +4,6 @@
 
 #include "internal/whole_file.h"
 
-#include <poll.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -12,19 +11,14 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "internal/report_writer.h"
+#include "internal/broken_pipe.h"
 #include "internal/uncancelled.h"
 
 namespace kt {
 namespace {
 
 constexpr int kOpenSafely = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-constexpr int kPatienceMs = 1000;
-
-bool becomesWritable(int fd) {
-    pollfd room{fd, POLLOUT, 0};
-    return poll(&room, 1, kPatienceMs) > 0;
-}
+constexpr std::chrono::seconds kPatience{1};
 
 int openUncancelled(const char* path, mode_t newMode) {
     const Uncancelled uncancelled;
@@ -92,7 +86,9 @@ bool OutputFile::replaceContents(const void* data, size_t size) {
     const Uncancelled uncancelled;
     const BrokenPipeIgnored brokenPipeIgnored;
     const bool isEmpty = ftruncate(fd_.get(), 0) == 0 || errno == EINVAL;  // of a FIFO or device
-    const auto goesOn = [this] { return becomesWritable(fd_.get()); };
+    const auto goesOn = [this] {
+        return waitUntilWritable(fd_.get(), std::chrono::steady_clock::now() + kPatience);
+    };
     return isEmpty && writeAll(fd_.get(), static_cast<const char*>(data), size, goesOn) && fd_.close();
 }
 

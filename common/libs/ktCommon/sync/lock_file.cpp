@@ -10,6 +10,7 @@
 #include "internal/descriptor.h"
 #include "internal/full_sleep.h"
 #include "internal/uncancelled.h"
+#include "internal/uninterrupted.h"
 #include "random.h"
 
 namespace {
@@ -46,20 +47,13 @@ class AdvisoryLock {
 
 // Not even a FIFO makes it wait.
 int openLockFile(const char* path, int flags) {
-    int file = -1;
-    do {
-        file = open(path, flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kNewFile);
-    } while (file < 0 && errno == EINTR);
-    return file;
+    return kt::uninterrupted([=] { return open(path, flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kNewFile); });
 }
 
 // `otherwise`: for a file that has none to read.
 int firstByte(int file, int otherwise) {
     unsigned char byte = 0;
-    ssize_t got = -1;
-    do {
-        got = pread(file, &byte, 1, 0);
-    } while (got < 0 && errno == EINTR);
+    const ssize_t got = kt::uninterrupted([&] { return pread(file, &byte, 1, 0); });
     return got == 1 ? byte : otherwise;
 }
 

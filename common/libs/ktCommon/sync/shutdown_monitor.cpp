@@ -14,6 +14,7 @@
 #include "diag/debug.h"
 #include "internal/heap_text.h"
 #include "internal/signal_stack.h"
+#include "internal/uninterrupted.h"
 #include "text/bounded.h"
 #include "text/growable.h"
 
@@ -26,7 +27,7 @@ namespace {
 constexpr char kNamePrefix[] = "/ktCleanExit_";
 constexpr mode_t kForEverybody = 0666;
 
-using OwnedContext = std::unique_ptr<ShutdownMonitorContext, kt::ReleasedBy<free>>;
+using OwnedContext = kt::Owned<ShutdownMonitorContext, free>;
 
 kt::HeapText semaphoreName(const char* moduleName) {
     char* name = nullptr;
@@ -65,11 +66,7 @@ class ExitSemaphore {
 
     // Whether it has been posted.
     bool wait() {
-        int result = -1;
-        do {
-            result = sem_wait(semaphore_);
-        } while (result != 0 && errno == EINTR);
-        return result == 0;
+        return kt::uninterrupted([this] { return sem_wait(semaphore_); }) == 0;
     }
 
   private:

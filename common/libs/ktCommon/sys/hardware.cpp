@@ -12,7 +12,6 @@
 #include <atomic>
 #include <climits>
 #include <cstddef>
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
 

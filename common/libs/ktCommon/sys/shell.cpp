@@ -49,17 +49,13 @@ int reportNoConnection(int error) {
     return kNoResult;
 }
 
-const char* shown(const kt::HeapText& command) {
-    return command == nullptr ? "" : command.get();
-}
-
 KT_PRINTF(1, 0) int runHere(const char* format, va_list ap) {
     const kt::MutexLock lock(mutexSystemEx);
     const kt::HeapText command(formatVAString(format, ap));
     // Without a command system would only tell whether there is a shell.
     const int status = command == nullptr ? kNoResult : system(command.get());
     const int result = status >> 8;
-    __debug(__LINE__, "systemEx: %d.%d.[%s]\n", status, result, shown(command));
+    __debug(__LINE__, "systemEx: %d.%d.[%s]\n", status, result, kt::textOf(command));
     return result;
 }
 
@@ -75,7 +71,7 @@ KT_PRINTF(1, 0) int runByDaemon(const char* format, va_list ap) {
         command.reset(formatVAString(format, ap));
         result = exchange(commands, command.get());
     }
-    __debug(__LINE__, "tsSystemEx: %d.[%s]\n", result, shown(command));
+    __debug(__LINE__, "tsSystemEx: %d.[%s]\n", result, kt::textOf(command));
     return result;
 }
 

@@ -4,7 +4,7 @@
 #include <cctype>
 #include <memory>
 
-#include "internal/heap_text.h"
+#include "internal/released_by.h"
 
 namespace {
 
@@ -98,7 +98,7 @@ class SubstringStripper {
     const char* sub_;
     size_t length_;
     size_t inlineBorders_[kInlineLength];
-    std::unique_ptr<size_t, kt::ReleasedBy<free>> heapBorders_;
+    kt::Owned<size_t, free> heapBorders_;
     size_t* borders_ = inlineBorders_;
 };
 

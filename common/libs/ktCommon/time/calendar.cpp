@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <optional>
 
 #include "internal/config_row.h"
@@ -21,7 +20,7 @@ static_assert(sizeof(CalendarUnit) == 2 * sizeof(void*));
 namespace {
 
 enum Unit { kMillisecond = 1, kSecond, kMinute, kHour, kDay, kWeek, kMonth, kYear };
-constexpr int kNoTime = -1;
+constexpr int kOutOfRange = -1;
 constexpr int kNoName = -1;
 constexpr int kNoUnit = -2;
 
@@ -43,7 +42,7 @@ constexpr size_t kHoursAt = 4;
 constexpr size_t kMinutesAt = 6;
 constexpr int kToUtc = 1;
 
-using OwnedList = std::unique_ptr<ParsedNode, kt::ReleasedBy<deleteParsedString>>;
+using OwnedList = kt::Owned<ParsedNode, deleteParsedString>;
 
 // Times as the board computes with them, and back.
 uint32_t boardSeconds(time_t t) {
@@ -209,5 +208,5 @@ time_t getMidnightDate(time_t t) {
     date.tm_min = 0;
     date.tm_sec = 0;
     const time_t midnight = mktime(&date);
-    return midnight == fromBoard(boardSeconds(midnight)) ? midnight : kNoTime;
+    return midnight == fromBoard(boardSeconds(midnight)) ? midnight : kOutOfRange;
 }

@@ -3,10 +3,11 @@
 //
 // Times are seconds since the epoch, of 32 bits with a sign on every host as on the board: arguments are cut
 // to that, sums and products wrap. Millisecond times are 1000 x seconds + microseconds / 1000, of 32 bits
-// without a sign, so they wrap after about 49.7 days. The "local" calendar is the system's (TZ, as tzset or
-// mktime has read it last), while
-// convertWPTime and computeNextDefragTime go by the gateway's own setting, the configuration row "time" with
-// its tags "gmt_offset" and "recognize_dst", which they read at every call.
+// without a sign, so they wrap after about 49.7 days.
+//
+// The "local" calendar is the system's (TZ, as tzset or mktime has read it last), while convertWPTime and
+// computeNextDefragTime go by the gateway's own setting, the configuration row "time" with its tags
+// "gmt_offset" and "recognize_dst", which they read at every call.
 //
 // Nothing here keeps state; every function may run in any thread, none in a signal handler. convertWPTime and
 // computeNextDefragTime allocate and block for as long as the configuration database does; the others do not

@@ -19,8 +19,8 @@ extern "C" {
 
 // Reads what __DATE__ and __TIME__ give: "Nov  6 2026" (fields between blanks: English month name, with its
 // case; day; year) and "20:47:36".
-// Returns the time; 0 when either text is null, the month is none, nor a part of one ("eb" is February), or
-//     memory is short.
+// Returns the time; 0 when either text is null, memory is short, or the month is not to be found in
+//     "JanFebMarAprMayJunJulAugSepOctNovDec", where any piece counts as the month that it begins in
 KT_API time_t parseBuildDate(const char* date, const char* time);
 
 // Reads month.day.year hours:minutes:seconds, and nothing behind a "." that follows; a debug line may be
