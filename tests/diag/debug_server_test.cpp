@@ -57,10 +57,7 @@ int simpleListener(int listener, void* record) {
 }
 
 // A plain close, which the kernel turns into a reset when a part of the command was left unread.
-int xmlClose(int socket) {
-    ++closed;
-    return close(socket);
-}
+int xmlClose(int socket) { return ++closed, close(socket); }
 
 char* getTagValueByName(void* a, void* b, const char* name, int option) {
     EXPECT_TRUE(a == nullptr && b == nullptr && option == 0);
@@ -115,10 +112,7 @@ std::string ask(const std::string& text) {
     return all.substr(0, all.find('\0'));
 }
 
-int answer(char** reply, const std::string& text, int code) {
-    *reply = strdup(text.c_str());
-    return code;
-}
+int answer(char** reply, const std::string& text, int code) { return *reply = strdup(text.c_str()), code; }
 
 int waitWhileHeld(char*, char**) {
     isHeld = true;
@@ -135,7 +129,7 @@ CmdEntry table[] = {
     {"big", [](char*, char** reply) { return answer(reply, std::string(kBigReply, 'b'), 0); }},
     {"held", waitWhileHeld},
     {"?", [](char*, char** reply) { return answer(reply, "daemon help %s%n\n", 5); }},
-    {nullptr, nullptr}};
+    {}};
 
 // Without their dates.
 std::string takeErrors() {
@@ -154,10 +148,7 @@ struct DebugServer : testing::Test {
         listenerResult = 1;
         gDebugMode = DEBUG_GENERAL;
     }
-    ~DebugServer() override {
-        EXPECT_EQ(closedAmiss, 0);
-        EXPECT_EQ(takeErrors(), "");
-    }
+    ~DebugServer() override { EXPECT_EQ(std::to_string(closedAmiss) + takeErrors(), "0"); }
 };
 
 TEST_F(DebugServer, ParserTellsWhatItMisses) {

@@ -85,10 +85,7 @@ TEST_F(Debug, TextIsData) {
     EXPECT_EQ(printedBy([&] { __debugCoreMsg(8, getLogTimestamp(&epoch)); }).substr(kStampSize),
               lineOfThisThread(8, getLogTimestamp(&epoch)));
     const std::string before = getLogTimestamp(nullptr);
-    const std::string line = printedBy([] {
-        printf("waiting ");
-        __debugCoreMsg(7, "100%s%n\nno end");
-    });
+    const std::string line = printedBy([] { printf("waiting "), __debugCoreMsg(7, "100%s%n\nno end"); });
     EXPECT_EQ(line.substr(8 + 23), " " + lineOfThisThread(7, "100%s%n\nno end"));
     EXPECT_TRUE(before <= line.substr(8, 23) && line.substr(8, 23) <= getLogTimestamp(nullptr)) << line;
 
@@ -137,9 +134,7 @@ TEST_F(Debug, LinesOfSeveralThreadsStayWhole) {
     const auto textOf = [](int line) { return std::string(line % 9 == 0 ? 5000 : 9, 'x') + '\n'; };
     std::atomic<int> missing = 8 * 500;
     const auto write = [&](int first) {
-        for (int line = first; line < first + 500; ++line, --missing) {
-            __debugSockets(line, "%s", textOf(line).c_str());
-        }
+        for (int i = first; i < first + 500; ++i, --missing) { __debugSockets(i, "%s", textOf(i).c_str()); }
     };
     FILE* sort = popen("grep -v '^Debug mode on: ' | cut -d'(' -f2- | LC_ALL=C sort >/tmp/printed", "we");
     withStdoutAt(fileno(sort), [&] {
@@ -159,8 +154,7 @@ TEST_F(Debug, LinesOfSeveralThreadsStayWhole) {
         expected += lineOfThisThread(line, textOf(line)).substr(sizeof "00000\\00000 (" - 1);
     }
     EXPECT_TRUE(contentsOf("/tmp/printed") == expected);
-    EXPECT_EQ(system("cut -d'(' -f2- /var/lognv/kt/_debug_[eo]*.log | LC_ALL=C sort | cmp - /tmp/printed"),
-              0);
+    EXPECT_EQ(system("cut -d'(' -f2- /var/lognv/kt/_debug_[eo]* | LC_ALL=C sort | cmp - /tmp/printed"), 0);
 }
 
 TEST_F(Debug, CancelledThreadLeavesTheLockFree) {

@@ -35,10 +35,7 @@ static Shared& shared = *static_cast<Shared*>(
     mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
 
 static MUTEX* destroyed;
-int destroyMutex(MUTEX* m) {
-    destroyed = m;
-    return pthread_mutex_destroy(&m->mutex);
-}
+int destroyMutex(MUTEX* m) { return destroyed = m, pthread_mutex_destroy(&m->mutex); }
 
 static void (*whileDraining)() = [] {};
 int _msgDrain(void) {
@@ -80,17 +77,10 @@ int tearDown(char*, char**) {
     ++shared.handlers;
     return 0;
 }
-int tearDownLate(char* args, char** reply) {
-    untilTornDown();
-    return tearDown(args, reply);
-}
-int exitLate(char* args, char** reply) {
-    untilTornDown();
-    return _ccmd_exit(args, reply);
-}
+int tearDownLate(char* args, char** reply) { return untilTornDown(), tearDown(args, reply); }
+int exitLate(char* args, char** reply) { return untilTornDown(), _ccmd_exit(args, reply); }
 
-CmdEntry commands[] = {
-    {"down", tearDown}, {"exit-late", exitLate}, {"down-late", tearDownLate}, {nullptr, nullptr}};
+CmdEntry commands[] = {{"down", tearDown}, {"exit-late", exitLate}, {"down-late", tearDownLate}, {}};
 
 void startDaemon() {
     setProcessName("library_case");
@@ -109,8 +99,7 @@ TEST(Library, ServesFromItsStartToItsEnd) {
         for (const std::string last : {"library_case exit\n", ""}) {
             EXPECT_EQ(kt::test::debugLinesOf([] { EXPECT_EQ(libraryDeinit(), 0); }), last);
         }
-        EXPECT_EQ(destroyed, &gThreadDataLock);
-        EXPECT_EQ(openConnection(), -1);
+        EXPECT_TRUE(destroyed == &gThreadDataLock && openConnection() == -1);
         return testing::Test::HasFailure() ? 1 : 0;
     });
     EXPECT_EQ(result, 0);

@@ -25,7 +25,7 @@ namespace {
 using std::string;
 using namespace std::string_literals;
 namespace fs = std::filesystem;
-using kt::test::contentsOf;
+using namespace kt::test;
 
 const string kDefaults =
     "productID=5183746-02\ncustomerCode=\nmodelNumber=RB-K-518-T7\nserial=K4100027\nvendormodel=RB-K-518-T7\n"
@@ -37,10 +37,9 @@ string fieldsOf(const MfgConfigSet& set) {
     string fields;
     for (const char* field : {set.productID, set.customerCode, set.modelNumber, set.serial, set.vendormodel,
                               set.macAddress, set.macRange}) {
-        const string whole(field, MFG_FIELD_SIZE);
-        const string text(field, strnlen(field, MFG_FIELD_SIZE));
-        EXPECT_EQ(whole.find_first_not_of('\0', text.size()), string::npos) << text;
-        fields += text + "|";
+        const size_t length = strnlen(field, MFG_FIELD_SIZE);
+        EXPECT_EQ(std::count(field + length, field + MFG_FIELD_SIZE, '\0'), MFG_FIELD_SIZE - length) << field;
+        fields.append(field, length) += "|";
     }
     return fields;
 }
@@ -52,7 +51,6 @@ struct MfgConfig : testing::Test {
         memset(&set, 'x', sizeof set);
     }
     ~MfgConfig() override {
-        gDebugMode = 0;
         EXPECT_EQ(std::distance(fs::directory_iterator("/proc/self/fd"), {}), openAtFirst);
     }
     MfgConfigSet set;
@@ -61,7 +59,7 @@ struct MfgConfig : testing::Test {
     const long openAtFirst = std::distance(fs::directory_iterator("/proc/self/fd"), {});
 };
 
-void write(const string& text) { kt::test::setContents(kFile, text); }
+void write(const string& text) { setContents(kFile, text); }
 
 TEST_F(MfgConfig, CreatesAMissingFileForThoseThatMay) {
     EXPECT_EQ(Mfg_LoadMfgConfigSet(&set, kFile), -1);
@@ -76,10 +74,8 @@ TEST_F(MfgConfig, CreatesAMissingFileForThoseThatMay) {
 
     write("serial=kept\n");
     (void)!system("touch -d 2045-01-01 /tmp/mfg.conf");  // beyond the board's time_t
-    EXPECT_EQ(MfgConfExistanceCheck(kFile), 0);
-    EXPECT_EQ(Mfg_LoadMfgConfigSet(&set, kFile), 0);
-    EXPECT_EQ(fieldsOf(set), "|||kept|||2|");
-    EXPECT_EQ(contentsOf(kFile), "serial=kept\n");
+    EXPECT_TRUE(MfgConfExistanceCheck(kFile) == 0 && Mfg_LoadMfgConfigSet(&set, kFile) == 0);
+    EXPECT_EQ(fieldsOf(set) + contentsOf(kFile), "|||kept|||2|serial=kept\n");
     EXPECT_EQ(Mfg_DeserializeConfigSet(nullptr, kFile) + Mfg_SerializeConfigSet(nullptr, kFile), -2);
 }
 
@@ -98,15 +94,13 @@ TEST_F(MfgConfig, ReadsWhatIsThere) {
     for (const auto& [text, fields, unknown] : cases) {
         write(text);
         logged.clear();
-        string expectedLines, expectedErrors;
+        string lines = "Mfg_LoadMfgConfigSet entry\n", errors;
         for (const string& pair : unknown) {
-            expectedErrors += "311 Invalid MFG pair received: " + pair + "\n";
-            expectedLines += "AddMfgPair: Invalid MFG pair received: " + pair + "\n";
+            errors += "311 Invalid MFG pair received: " + pair + "\n";
+            lines += "AddMfgPair: Invalid MFG pair received: " + pair + "\n";
         }
-        EXPECT_EQ(kt::test::debugLinesOf([&] { Mfg_LoadMfgConfigSet(&set, kFile); }),
-                  "Mfg_LoadMfgConfigSet entry\n" + expectedLines);
-        EXPECT_EQ(fieldsOf(set), fields);
-        EXPECT_EQ(logged, expectedErrors);
+        EXPECT_EQ(debugLinesOf([&] { Mfg_LoadMfgConfigSet(&set, kFile); }), lines);
+        EXPECT_EQ(fieldsOf(set) + logged, fields + errors);
     }
     EXPECT_EQ(AddMfgPair(nullptr, "serial", "v") + AddMfgPair(&set, nullptr, "v"), -2);
     EXPECT_EQ(AddMfgPair(&set, "serial", nullptr) + copyMfgElement(set.serial, (name + "xx").c_str()), 32);
@@ -114,19 +108,20 @@ TEST_F(MfgConfig, ReadsWhatIsThere) {
 
 TEST_F(MfgConfig, WritesTerminatedFieldsAndTracesThem) {
     string lines, dumped;
-    for (const char* key : {MFG_PRODID, MFG_CUSTOMER, MFG_MODELNUM, MFG_SERIALNUM, MFG_VENDORMODEL,
-                            MFG_MACADDRESS, MFG_MACRANGE}) {
-        lines += key + ("=" + string(31, 'x')) + "\n";  // of 32 without an end
-        dumped += "Mfg_DumpConfig: " + (key + ("=" + string(31, 'x'))) + "\n";
+    for (const string key :
+         {"productID", "customerCode", "modelNumber", "serial", "vendormodel", "macAddress", "macRange"}) {
+        const string line = key + "=" + string(31, 'x') + "\n";  // of 32 without an end
+        lines += line;
+        dumped += "Mfg_DumpConfig: " + line;
     }
     write(string(1000, '?'));
-    EXPECT_EQ(kt::test::debugLinesOf([&] { EXPECT_EQ(Mfg_SerializeConfigSet(&set, kFile), 0); }),
+    EXPECT_EQ(debugLinesOf([&] { EXPECT_EQ(Mfg_SerializeConfigSet(&set, kFile), 0); }),
               "Mfg_SerializeConfigSet entry\nMfg_SerializeConfigSet pre-write: \n" + lines +
                   "\n\nMfg_SerializeConfigSet exit result 0\n");
     EXPECT_EQ(contentsOf(kFile), lines + "\n");
-    EXPECT_EQ(kt::test::debugLinesOf([&] { EXPECT_EQ(Mfg_SerializeConfigSet(&set, "/no/directory"), -1); }),
+    EXPECT_EQ(debugLinesOf([&] { EXPECT_EQ(Mfg_SerializeConfigSet(&set, "/no/directory"), -1); }),
               "Mfg_SerializeConfigSet entry\nMfg_SerializeConfigSet exit result -1\n");
-    EXPECT_EQ(kt::test::debugLinesOf([&] { Mfg_DumpConfig(&set), Mfg_DumpConfig(nullptr); }),
+    EXPECT_EQ(debugLinesOf([&] { Mfg_DumpConfig(&set), Mfg_DumpConfig(nullptr); }),
               "Mfg_DumpConfig entry\n" + dumped + "Mfg_DumpConfig:\nMfg_DumpConfig exit\n" +
                   "Mfg_DumpConfig entry\nMfg_DumpConfig exit\n");
     char* mac = nullptr;
@@ -146,11 +141,9 @@ TEST_F(MfgConfig, DoesNotWaitForWhatIsNoFile) {
     };
     fs::create_directory(kFile);
     isSafe(0, 2);
-    fs::remove(kFile);
-    mkfifo(kFile, 0600);
+    EXPECT_EQ(remove(kFile) + mkfifo(kFile, 0600), 0);
     isSafe(0, 2);
-    fs::remove(kFile);
-    fs::create_symlink(kFile, kFile);
+    EXPECT_EQ(remove(kFile) + symlink(kFile, kFile), 0);
     isSafe(-1, 0);
 }
 
@@ -179,17 +172,14 @@ TEST_F(MfgConfig, CountsAddressesFromTheBase) {
 
 TEST_F(MfgConfig, KnowsTheUnitsFile) {
     char* mac = nullptr;
-    kt::test::setContents(MFG_CONF_FILE, "macAddress=2:0:0:0:0:FF\nmacRange=3\n");
-    EXPECT_EQ(Mfg_RetrieveMacRange(), 3);
-    EXPECT_EQ(Mfg_RetrieveRegisteredMacAddress(3, &mac), -1);
+    setContents(MFG_CONF_FILE, "macAddress=2:0:0:0:0:FF\nmacRange=3\n");
+    EXPECT_TRUE(Mfg_RetrieveMacRange() == 3 && Mfg_RetrieveRegisteredMacAddress(3, &mac) == -1);
     EXPECT_EQ(Mfg_RetrieveRegisteredMacAddress(2, &mac), 0);
     EXPECT_STREQ(mac, "02:00:00:00:01:01");
     free(mac);
     fs::remove(MFG_CONF_FILE);
-    EXPECT_EQ(Mfg_RetrieveMacRange(), 2);
-    EXPECT_TRUE(fs::is_regular_file(MFG_CONF_FILE));
-    fs::remove(MFG_CONF_FILE);
-    fs::create_symlink(MFG_CONF_FILE, MFG_CONF_FILE);  // not to be opened
+    EXPECT_TRUE(Mfg_RetrieveMacRange() == 2 && fs::is_regular_file(MFG_CONF_FILE));
+    EXPECT_EQ(remove(MFG_CONF_FILE) + symlink(MFG_CONF_FILE, MFG_CONF_FILE), 0);  // not to be opened
     EXPECT_EQ(Mfg_RetrieveMacRange() + Mfg_RetrieveRegisteredMacAddress(0, &mac), -1);
 }
 

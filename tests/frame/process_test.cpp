@@ -44,8 +44,7 @@ TEST(Process, OverrideAnswersForEveryProcess) {
     EXPECT_EQ(setProcessName("gateway core"), g_processNameOverride + sizeof "gateway core");
     EXPECT_EQ(setProcessName(nullptr), nullptr);
     for (const int pid : {getpid(), 1, -1}) { EXPECT_EQ(nameOf(pid, 13), "gateway core"); }
-    EXPECT_EQ(nameOf(1, 12), "gateway cor");
-    EXPECT_EQ(nameOf(1, 0), "#");
+    EXPECT_EQ(nameOf(1, 12) + nameOf(1, 0), "gateway cor#");
     EXPECT_EQ(setProcessName(std::string(79, 'n').c_str()), g_processNameOverride + 80);
     EXPECT_EQ(setProcessName(std::string(80, 'm').c_str()), nullptr);
     EXPECT_EQ(nameOf(1), std::string(79, 'm'));
@@ -59,8 +58,7 @@ TEST(Process, NameHasToFitWithALineFeed) {
     EXPECT_EQ(nameOf(RunningProgram("kt-fourteen-ch").pid, 16), "kt-fourteen-ch");
     std::optional<RunningProgram> fifteen("kt-fifteen-char");
     const int gone = fifteen->pid;
-    EXPECT_EQ(nameOf(gone, 16), "");
-    EXPECT_EQ(nameOf(gone, 17), "kt-fifteen-char");
+    EXPECT_EQ(nameOf(gone, 16) + "|" + nameOf(gone, 17), "|kt-fifteen-char");
     fifteen.reset();
     EXPECT_EQ(nameOf(gone), "");
 }
@@ -78,18 +76,16 @@ TEST(Process, InstancesAreCounted) {
         EXPECT_TRUE(pids.empty() ? any == 0 : pids.count(any) == 1) << any;
         pids.insert(running.emplace_back("kt-counted").pid);
     }
-    while (running.size() < 40) {  // their ids are more than 79 characters
-        running.emplace_back("kt-counted");
-    }
+    // Their ids are more than 79 characters.
+    while (running.size() < 40) { running.emplace_back("kt-counted"); }
     EXPECT_EQ(checkForMultipleInstances("kt-counted", nullptr), -3);
 }
 
 TEST(Process, LookUpsWithoutANumber) {
     int first = 77;
-    EXPECT_EQ(checkForMultipleInstances(nullptr, &first), -1);
-    EXPECT_EQ(first, 77);
-    EXPECT_EQ(checkForMultipleInstances("kt-none\"; echo \" ", &first), -1);  // blanks in place of ids
-    EXPECT_EQ(first, 0);
+    EXPECT_TRUE(checkForMultipleInstances(nullptr, &first) == -1 && first == 77);
+    // Blanks in place of ids.
+    EXPECT_TRUE(checkForMultipleInstances("kt-none\"; echo \" ", &first) == -1 && first == 0);
     EXPECT_EQ(getProcessID(nullptr), 0);
 }
 

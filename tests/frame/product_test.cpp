@@ -14,9 +14,7 @@
 namespace {
 
 using namespace std::string_literals;
-using kt::test::contentsOf;
-using kt::test::setContents;
-using kt::test::takeJournal;
+using namespace kt::test;
 
 constexpr char kMfgFile[] = "/usr/local/data/mfg.conf";
 const std::string kDefaults = contentsOf(kMfgFile);
@@ -24,7 +22,7 @@ const std::string kDefaults = contentsOf(kMfgFile);
 // A fresh process whose failures count here.
 template <typename Body>
 void inFreshProcess(Body body) {
-    EXPECT_EQ(kt::test::inChild([&] { return body(), testing::Test::HasFailure() ? 1 : 0; }), 0);
+    EXPECT_EQ(inChild([&] { return body(), testing::Test::HasFailure() ? 1 : 0; }), 0);
 }
 
 std::string mfgFields(const ProductInfo& info) {
@@ -66,8 +64,7 @@ TEST(Product, IsReadOnceInAProcess) {
     inFreshProcess([] {
         EXPECT_EQ(getProductInfo(nullptr), -1);
         EXPECT_EQ(takeJournal() + g_ProductInfo.productClass, "");
-        EXPECT_EQ(whoAreWe(nullptr), 5);
-        EXPECT_EQ(takeJournal(), "rax -r -m\n");
+        EXPECT_TRUE(whoAreWe(nullptr) == 5 && takeJournal() == "rax -r -m\n");
         char model[KT_PRODUCT_TEXT_SIZE];
         ProductInfo* info = nullptr;
         EXPECT_EQ(whoAreWe(model) + getProductInfo(&info), 5);
@@ -87,10 +84,9 @@ TEST(Product, WithoutTheManufacturingFileTheUnitReboots) {
     takeJournal();
     inFreshProcess([] {
         ProductInfo* info = nullptr;
-        const std::string printed = kt::test::allPrintedBy([&] { EXPECT_EQ(getProductInfo(&info), 0); });
-        EXPECT_EQ(printed, "ktcommon - mfg.conf missing/damaged");
-        EXPECT_EQ(mfgFields(*info), "|||||||");
-        EXPECT_STREQ(info->databaseSchema, "12");
+        const auto get = [&info] { EXPECT_EQ(getProductInfo(&info), 0); };
+        EXPECT_EQ(allPrintedBy(get), "ktcommon - mfg.conf missing/damaged");
+        EXPECT_EQ(mfgFields(*info) + info->databaseSchema, "|||||||12");
     });
     rename("/usr/local/data/away", kMfgFile);
     EXPECT_EQ(takeJournal(), "rax -r -m\nshutdown now -r -F\n");
@@ -98,11 +94,11 @@ TEST(Product, WithoutTheManufacturingFileTheUnitReboots) {
 }
 
 TEST(Product, PrintsWhatItIs) {
-    std::string info = kt::test::allPrintedBy(showProductInfo);
+    std::string info = allPrintedBy(showProductInfo);
     info.erase(info.find(versionTag()), strlen(versionTag()));
-    EXPECT_EQ(kt::test::checksumOf(info), 0x5851F705U) << info;
+    EXPECT_EQ(checksumOf(info), 0x5851F705U) << info;
     char version[50], built[50];
-    const std::string revision = kt::test::allPrintedBy([] { EXPECT_GT(showRevision(), 0); });
+    const std::string revision = allPrintedBy([] { EXPECT_GT(showRevision(), 0); });
     EXPECT_EQ(sscanf(revision.c_str(),
                      "Project: Gateway\nVersion: %49s\nCompiled By: %*s\nOn: Linux %*[^\n]\nAt: %49[^\n]\n\n",
                      version, built),
@@ -111,7 +107,7 @@ TEST(Product, PrintsWhatItIs) {
     tm time = {};
     const char* rest = strptime(built, "%a %b %e %H:%M:%S UTC %Y", &time);
     EXPECT_TRUE(rest != nullptr && *rest == '\0') << built;
-    const std::string extended = kt::test::allPrintedBy([] { EXPECT_GT(showRevisionExtended(), 0); });
+    const std::string extended = allPrintedBy([] { EXPECT_GT(showRevisionExtended(), 0); });
     char expected[1000];
     const std::string shell =
         "echo 'Project:           Gateway / "s + version + " / " + built +
@@ -127,35 +123,29 @@ TEST(Product, PrintsWhatItIs) {
 }
 
 TEST(Product, ProgramLinesFollowTheTarget) {
-    struct {
-        const char *target, *productClass;
-        int level;
-        bool isExpansion;
-        const char* printed;
-    } const cases[] = {{"/dev/mtd7", "Gateway", 0, true, "Holding PROG_B\n"},
-                       {"/dev/mtd5.exp", "gateWAY", 1, true, "Releasing PROG_B\n"},
-                       {"/dev/mtd3", "Bridge", 0, false, "Holding PROG_B\n"},
-                       {nullptr, "Gateway", 2, false, "Releasing PROG_B\n"}};
     ProductInfo* info = nullptr;
     getProductInfo(&info);
     takeJournal();
-    std::vector<std::thread> runs;  // seconds each
-    for (const auto& run : cases) {
-        runs.emplace_back([&run, info] {
-            inFreshProcess([&run, info] {
-                snprintf(info->productClass, sizeof info->productClass, "%s", run.productClass);
+    const auto run = [info](const char* target, const char* productClass, int level, char* line,
+                            const char* printed) {
+        return std::thread([=] {
+            inFreshProcess([=] {
+                snprintf(info->productClass, sizeof info->productClass, "%s", productClass);
                 // A file of its own for each run.
-                char* line = run.isExpansion ? FPGA_PROG_B_EXP : FPGA_PROG_B_MAIN;
                 snprintf(line, sizeof FPGA_PROG_B_EXP, "/tmp/line.%d", getpid());
                 const time_t start = time(nullptr);
-                EXPECT_EQ(kt::test::allPrintedBy([&run] { managePROG_B(run.target, run.level); }),
-                          run.printed);
+                EXPECT_EQ(allPrintedBy([=] { managePROG_B(target, level); }), printed);
                 EXPECT_GE(time(nullptr), start + 5);
-                EXPECT_EQ(contentsOf(line), std::to_string(run.level) + "\n");
+                EXPECT_EQ(contentsOf(line), std::to_string(level) + "\n");
             });
         });
-    }
-    for (std::thread& run : runs) { run.join(); }
+    };
+    // Seconds each.
+    std::thread runs[] = {run("/dev/mtd7", "Gateway", 0, FPGA_PROG_B_EXP, "Holding PROG_B\n"),
+                          run("/dev/mtd5.exp", "gateWAY", 1, FPGA_PROG_B_EXP, "Releasing PROG_B\n"),
+                          run("/dev/mtd3", "Bridge", 0, FPGA_PROG_B_MAIN, "Holding PROG_B\n"),
+                          run(nullptr, "Gateway", 2, FPGA_PROG_B_MAIN, "Releasing PROG_B\n")};
+    for (std::thread& each : runs) { each.join(); }
     EXPECT_EQ(takeJournal(), "ifconfig eth1 down\n");
 }
 

@@ -11,11 +11,7 @@
 #include <string>
 #include <vector>
 
-class PlainRegex {
-  public:
-    PlainRegex(std::string pattern, RegexCapture* caps, int numCaps, int flags)
-        : pattern_(std::move(pattern)), caps_(caps), numCaps_(numCaps), flags_(flags) {}
-
+struct PlainRegex {
     int match(const char* text, int length) {
         size_t i = 0;
         int result = slre_match(pattern_.c_str(), text, -1, nullptr, numCaps_, 0);
@@ -27,7 +23,6 @@ class PlainRegex {
         return result;
     }
 
-  private:
     struct Element {
         int group;         // 0: none
         std::string text;  // of the others; empty for a broken set
@@ -112,18 +107,10 @@ class PlainRegex {
     }
 
     int one(const Sequence& elements, size_t k, const char* text, int span, int j) {
-        switch (elements[k].text[0]) {
-            case '^':
-                return j == 0 ? 0 : -1;
-            case '$':
-                return j == span ? 0 : -1;
-            case '(':
-                return groupAndRest(elements, k, text + j, span - j);
-            default:
-                return j == span
-                           ? -1
-                           : slre_match(("^" + elements[k].text).c_str(), text + j, 1, nullptr, 0, flags_);
-        }
+        const char first = elements[k].text[0];
+        if (first == '(') { return groupAndRest(elements, k, text + j, span - j); }
+        if (first == '^' || first == '$') { return j == (first == '^' ? 0 : span) ? 0 : -1; }
+        return j == span ? -1 : slre_match(("^" + elements[k].text).c_str(), text + j, 1, nullptr, 0, flags_);
     }
 
     int groupAndRest(const Sequence& elements, size_t k, const char* text, int span) {
@@ -162,15 +149,14 @@ class PlainRegex {
 
     std::string pattern_;
     RegexCapture* caps_;
-    int numCaps_;
-    int flags_;
+    int numCaps_, flags_;
     int numGroups_ = 0;
-    std::map<int, std::vector<Sequence>> groups_;  // their alternatives; 0 is the whole pattern
+    std::map<int, std::vector<Sequence>> groups_ = {};  // their alternatives; 0 is the whole pattern
 };
 
 inline int plainMatch(const char* regex, const char* text, int length, RegexCapture* caps, int numCaps,
                       int flags) {
-    return PlainRegex(regex, caps, numCaps, flags).match(text, length);
+    return PlainRegex{regex, caps, numCaps, flags}.match(text, length);
 }
 
 #endif

@@ -37,7 +37,7 @@ void write(const std::string& content) {
 std::string lines(const std::string& tag) {
     std::string all;
     for (int count = 10; count <= 100; count += 10) {
-        (all += tag).append(": waiting: ").append(std::to_string(count)) += '\n';
+        all += tag + ": waiting: " + std::to_string(count) + '\n';
     }
     return all + tag + ": taking lock\n";
 }
@@ -74,8 +74,8 @@ TEST(LockFile, NothingWaitsForWhatIsNoLock) {
     for (const char* path : {"/tmp", "/tmp/fifo", "/no/such/file", static_cast<const char*>(nullptr)}) {
         EXPECT_EQ(fileGetLockValue(path) + fileSetLock(path), 1);
     }
-    EXPECT_TRUE(fileFreeLock(nullptr) == 0 && fileGetLockValue("/tmp/link") == 1 &&
-                contentsOf(kPath) == "\1");
+    EXPECT_EQ(fileFreeLock(nullptr), 0);
+    EXPECT_TRUE(fileGetLockValue("/tmp/link") == 1 && contentsOf(kPath) == "\1");
     const int foreign = open(kPath, O_RDONLY | O_CLOEXEC);
     flock(foreign, LOCK_EX);
     EXPECT_TRUE(fileSetLock(kPath) == 0 && contentsOf(kPath) == "\0"s);
@@ -105,8 +105,7 @@ TEST(LockFile, OneOfManyTakesTheLock) {
             for (--missing; missing > 0;) {}
             fileSetLock(kPath);
         };
-        CancellableThread one(take);
-        CancellableThread other(take);
+        CancellableThread one(take), other(take);
         ASSERT_TRUE(one.join() != other.join() && contentsOf(kPath) == "\0"s) << round;
     }
 }

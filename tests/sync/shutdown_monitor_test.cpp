@@ -7,9 +7,9 @@
 #include <sys/stat.h>
 
 #include "support/cancellable_thread.h"
+#include "support/debug_lines.h"
 #include "support/files.h"
 #include "support/forked_child.h"
-#include "support/stdout_capture.h"
 
 static std::atomic<pthread_t> monitor;  // the thread that removed a name last
 static std::atomic<off_t> printedBeforeRemoval;
@@ -48,13 +48,12 @@ void startMonitor(const std::string& moduleName) {
 
 TEST(ShutdownMonitor, OnlyARequestInItsNameEndsTheWait) {
     umask(077);
-    gDebugMode = DEBUG_GENERAL;
     for (const bool stays : {false, true}) {
         // Two requests that nobody has received; a mounted file cannot be unlinked.
         ASSERT_EQ(sem_close(sem_open(("/ktCleanExit_" + kLongest).c_str(), O_CREAT | O_EXCL, 0600, 2)), 0);
         const std::string path = pathOf(kLongest);
         ASSERT_EQ(stays ? mount(path.c_str(), path.c_str(), nullptr, MS_BIND, nullptr) : 0, 0);
-        const std::string printed = kt::test::printedBy([&] {
+        const std::string printed = kt::test::debugLinesOf([&] {
             startMonitor(kLongest);
             SignalModuleShutdown(std::string(239, 'X').c_str());
             kt::test::interrupt(monitor, 200);
@@ -65,7 +64,7 @@ TEST(ShutdownMonitor, OnlyARequestInItsNameEndsTheWait) {
             EXPECT_EQ(SignalModuleShutdown(kLongest.c_str()), 0);
             EXPECT_EQ(kt::test::contentsOf("/proc/self/maps").find(pathOf("")), std::string::npos);
         });
-        EXPECT_EQ(printed.substr(printed.find("): ")), "): " + kLongest + " ShutdownEvent received.\n");
+        EXPECT_EQ(printed, kLongest + " ShutdownEvent received.\n");
         EXPECT_EQ(isLeft, stays);
     }
 }

@@ -26,12 +26,11 @@ TEST(ThreadData, EachThreadFindsItsOldestBlock) {
         void* next = createThreadUniqueData(127);
         const TUD_ENTRY& entry = *volThreadUniqueDataHead()->next;
         EXPECT_EQ(std::tuple(entry.threadId, entry.size, entry.data), std::tuple(gettid(), 8, own));
-        char expected[200];
-        snprintf(expected, sizeof expected,
-                 "TUD list\n  ThreadID: 0x%x, size: 3000 bytes at %p\n  ThreadID: 0x%x, size: 8 bytes at %p\n"
-                 "  ThreadID: 0x%x, size: 127 bytes at %p\n\n",
-                 getpid(), first, gettid(), own, gettid(), next);
-        EXPECT_EQ(kt::test::printedBy([] { EXPECT_EQ(_showTUDList(), 0); }), expected);
+        std::ostringstream list;
+        list << std::hex << "TUD list\n  ThreadID: 0x" << getpid() << ", size: 3000 bytes at " << first
+             << "\n  ThreadID: 0x" << gettid() << ", size: 8 bytes at " << own << "\n  ThreadID: 0x"
+             << gettid() << ", size: 127 bytes at " << next << "\n\n";
+        EXPECT_EQ(kt::test::printedBy([] { EXPECT_EQ(_showTUDList(), 0); }), list.str());
         EXPECT_TRUE(getThreadUniqueData() == own && deleteThreadUniqueData() == 0);
         EXPECT_TRUE(getThreadUniqueData() == next && deleteThreadUniqueData() == 0);
         EXPECT_TRUE(getThreadUniqueData() == nullptr && deleteThreadUniqueData() == -1);

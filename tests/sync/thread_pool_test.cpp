@@ -66,10 +66,7 @@ struct Pool {
         return arg;
     }
     Pool() { scanNow = scanDone = {}; }
-    bool create(int count) {
-        pool = tpCreate(count, work, this);
-        return pool != nullptr;
-    }
+    bool create(int count) { return (pool = tpCreate(count, work, this)) != nullptr; }
     // A record that tpCreate has not made.
     void make() {
         pool = static_cast<THREAD_POOL*>(malloc(sizeof(THREAD_POOL)));
@@ -101,13 +98,11 @@ TEST(ThreadPool, StartsNothingThatItCannotSupervise) {
     refusedCreations = 0b100;  // the watcher
     const std::string printed = printedBy([&pool] {
         EXPECT_FALSE(pool.create(0) || pool.create(-1) || pool.create(INT_MIN));
-        EXPECT_EQ(tpCreate(4, nullptr, &pool), nullptr);
-        EXPECT_EQ(tpCreate(4, Pool::work, nullptr), nullptr);
+        EXPECT_TRUE(!tpCreate(4, nullptr, &pool) && !tpCreate(4, Pool::work, nullptr) && !tpWatcher(nullptr));
         for (int grants = 0; kHeapRefuses && grants < 4; ++grants) {
             EXPECT_FALSE(withHeapGrants(grants, [&pool] { return pool.create(2); })) << grants;
         }
-        EXPECT_EQ(tpWait(nullptr) + tpCancel(nullptr), -2);
-        EXPECT_EQ(tpWatcher(nullptr), nullptr);
+        EXPECT_TRUE(tpWait(nullptr) == -1 && tpCancel(nullptr) == -1);
         tpWatcherCleanup(nullptr);
     });
     EXPECT_EQ(printed, "tpWatcher: Starting\ntpWatcher: Canceling\n");
@@ -188,7 +183,6 @@ TEST(ThreadPool, DISABLED_soakRestarts) { restartWorkers(2000); }
 
 TEST(ThreadPool, PriorityIsTheCallingThreadsOwn) {
     const int own = getpriority(PRIO_PROCESS, 0);
-    gDebugMode = DEBUG_GENERAL;
     std::thread([own] {
         const std::string tid = std::to_string(gettid());
         const std::tuple<int, int, int, int, std::string> cases[] = {

@@ -62,8 +62,7 @@ TEST(Capture, SameAsTheLiteralRule) {
     for (int run = 0; run < 60; ++run) {
         std::string printed;
         for (size_t line = pick({0, 1, 3, 7}); line > 0; --line) {
-            printed +=
-                std::string(pick({0, 1, 9, 500, 1021, 1022, 1023, 1024, 2046, 2047, 4000, 70000}), 'a');
+            printed.append(pick({0, 1, 9, 500, 1021, 1022, 1023, 1024, 2046, 2047, 4000, 70000}), 'a');
             printed += pick({0, 1, 2}) == 0 ? "\0x\n"s : "\n"s;
         }
         printed += std::string(pick({0, 0, 1, 1022, 1023, 1024, 2046}), 'z');
@@ -77,16 +76,14 @@ TEST(Capture, SameAsTheLiteralRule) {
 TEST(Capture, FailuresAreTold) {
     for (const auto function : {systemBufferEcho, sysBuffEcho_alt}) {
         char output[] = "before";
-        EXPECT_EQ(function(nullptr, "a", nullptr, 0), -1);
-        EXPECT_EQ(function("echo", "a", nullptr, 7), -2);
-        EXPECT_EQ(function("echo", "a", output, 0), 0);
-        EXPECT_STREQ(output, "before");
+        EXPECT_TRUE(function(nullptr, "a", nullptr, 0) == -1 && function("echo", "a", nullptr, 7) == -2);
+        EXPECT_TRUE(function("echo", "a", output, 0) == 0 && output == "before"s);
         const auto withoutDescriptors = [&] {
             const rlimit none{};
             setrlimit(RLIMIT_NOFILE, &none);
-            return function("echo", "a", output, sizeof output) == -3 && *output == '\0' ? 0 : 1;
+            return function("echo", "a", output, sizeof output) == -3 && *output == '\0';
         };
-        EXPECT_EQ(kt::test::inChild(withoutDescriptors), 0);
+        EXPECT_EQ(kt::test::inChild(withoutDescriptors), 1);
     }
 }
 

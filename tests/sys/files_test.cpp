@@ -29,6 +29,7 @@ ssize_t read(int fd, void* data, size_t size) {
 
 namespace {
 
+using namespace kt::test;
 using namespace std::string_literals;
 
 constexpr char kPath[] = "/tmp/files_test";
@@ -37,9 +38,8 @@ const char* const kNull = nullptr;  // as a format the compiler would not let it
 const std::string kEnd(4, '\0');
 const std::string kBig(200000, 'b');
 
-void store(const std::string& bytes) { kt::test::setContents(kPath, bytes); }
-
-std::string stored(const std::string& path = kPath) { return kt::test::contentsOf(path); }
+void store(const std::string& bytes) { setContents(kPath, bytes); }
+std::string stored(const std::string& path = kPath) { return contentsOf(path); }
 
 // With the four bytes behind it; "no b" for null and size 0.
 std::string contents(const char* path) {
@@ -122,10 +122,9 @@ TEST(Files, AreWrittenWithTheirDirectories) {
         EXPECT_EQ(filePutContents(path, "%s", text.c_str()), result) << path;
         EXPECT_TRUE(result < 0 || path == "/dev/full"s || stored(path) == text) << path;
     }
-    EXPECT_EQ(kt::test::debugLinesOf([] { filePutContents("put/1/text", "a"); }),
+    EXPECT_EQ(debugLinesOf([] { filePutContents("put/1/text", "a"); }),
               "systemEx: 0.0.[/bin/mkdir -p put/1]\n");
-    EXPECT_EQ(
-        kt::test::debugLinesOf([] { filePutContents("files_test", "a"), filePutContents("/tmp", "a"); }), "");
+    EXPECT_EQ(debugLinesOf([] { filePutContents("files_test", "a"), filePutContents("/tmp", "a"); }), "");
     const int reader = open(kFifo, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     char buffer[] = "######";
     EXPECT_TRUE(filePutContentsBin(kFifo, "a\0b", 3) == 1 && fileGetByteContents(buffer, 5, kFifo) == 3);
@@ -139,7 +138,7 @@ TEST(Files, AreWrittenWithTheirDirectories) {
     std::thread writer(
         [] { EXPECT_EQ(filePutContentsBin(kFifo, kBig.data(), kBig.size()), 1) << "signals do not matter"; });
     for (int held = 0; held < 65536;) { ioctl(reader, FIONREAD, &held); }
-    kt::test::interrupt(writer.native_handle(), 20);
+    interrupt(writer.native_handle(), 20);
     for (size_t got = 0; got < kBig.size();) {
         got += static_cast<size_t>(::read(reader, rest.data(), rest.size()));
     }
@@ -189,20 +188,19 @@ TEST(Files, RefusedEditsAreReported) {
         EXPECT_EQ(modifyTextFile(path, needle, text, mode, 0, 0), result) << mode;
         EXPECT_TRUE(stored() == "a\0b"s && logged == log) << logged;
     }
-    const std::string lines = kt::test::debugLinesOf([] {
-        modifyTextFile(kPath, "%s", "%d", MODIFY_REPLACE, 0, 0);
-        modifyTextFile(kPath, nullptr, "", MODIFY_DELETE_TO, 0, 0);
-    });
+    const auto replace = [] { modifyTextFile(kPath, "%s", "%d", MODIFY_REPLACE, 0, 0); };
     EXPECT_EQ(
-        lines,
-        "Looking for [%s] in [/tmp/files_test] modifying with [%d]\nCouldn't find [%s] in /tmp/files_test\n"
-        "Looking for [(null)] in [/tmp/files_test] modifying with []\nsystemEx: 0.0.[/bin/sync > "
-        "/dev/null]\n");
+        debugLinesOf(replace),
+        "Looking for [%s] in [/tmp/files_test] modifying with [%d]\nCouldn't find [%s] in /tmp/files_test\n");
+    const auto erase = [] { modifyTextFile(kPath, nullptr, "", MODIFY_DELETE_TO, 0, 0); };
+    EXPECT_EQ(debugLinesOf(erase),
+              "Looking for [(null)] in [/tmp/files_test] modifying with []\nsystemEx: 0.0.[/bin/sync > "
+              "/dev/null]\n");
 }
 
 TEST(Files, CancelledEditIsWhole) {
     store("old");
-    kt::test::CancellableThread editing([] {
+    CancellableThread editing([] {
         t_beforeRead = [] { return pthread_cancel(pthread_self()) == 0; };
         modifyTextFile(kPath, "old", "new", MODIFY_REPLACE, 0, 0);
     });

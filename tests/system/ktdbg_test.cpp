@@ -80,8 +80,8 @@ TEST(KtdbgReply, DecidesTheExitCodeAndIsPrintedUpToItsNul) {
     for (const auto& [command, reply, exitCode] : cases) {
         SCOPED_TRACE(command.substr(0, 10) + ": " + reply.substr(0, 60));
         Result result;
-        receivedWhile(replyWith(reply),
-                      [&, command = command] { result = run("ktdbg gwdemo '" + command + "'"); });
+        const auto ask = [&, line = "ktdbg gwdemo '" + command + "'"] { result = run(line); };
+        receivedWhile(replyWith(reply), ask);
         EXPECT_EQ(result.exitCode, exitCode);
         EXPECT_TRUE(result.output == reply.substr(0, reply.find('\0'))) << result.output.substr(0, 200);
         EXPECT_EQ(result.errors.empty(), exitCode != 5) << result.errors;
@@ -98,9 +98,7 @@ TEST(KtdbgReply, TimeLimitHoldsForSilentAndForEndlessDaemons) {
         };
         receivedWhile(delay, [] {
             const Result result = run("ktdbg -t 0.3 gwdemo exit");
-            EXPECT_EQ(result.exitCode, 4);
-            EXPECT_EQ(result.output, "half");
-            EXPECT_NE(result.errors, "");
+            EXPECT_TRUE(result.exitCode == 4 && result.output == "half" && !result.errors.empty());
         });
     }
 }
@@ -118,11 +116,9 @@ TEST(KtdbgCommand, WordsAreJoinedAndUnsendableOnesNeverConnect) {
 
 TEST(KtdbgInput, EachLineIsACommandAndTheFirstFailureCounts) {
     const auto answer = [](int connection, const std::string& command) {
-        if (command == "bad") {
-            sendAll(connection, "Command 'bad' executed, rc 2\n\0"s);
-        } else if (command != "mute") {
-            sendAll(connection, "<" + command + ">\n" + '\0');
-        }
+        sendAll(connection, command == "bad"    ? "Command 'bad' executed, rc 2\n\0"s
+                            : command == "mute" ? ""
+                                                : "<" + command + ">\n" + '\0');
     };
     const Texts received = receivedWhile(answer, [] {
         const Result result =
@@ -132,16 +128,15 @@ TEST(KtdbgInput, EachLineIsACommandAndTheFirstFailureCounts) {
         EXPECT_EQ(run("printf 'mute\\nbad\\nlast line without end' | ktdbg gwdemo").exitCode, 5);
         EXPECT_EQ(run("printf '\\n\\n' | ktdbg gwdemo").exitCode, 0);
     });
-    EXPECT_EQ(received,
-              (Texts{"et", "bad", "mute", "last x", "quit", "mute", "bad", "last line without end"}));
+    const Texts sent = {"et", "bad", "mute", "last x", "quit", "mute", "bad", "last line without end"};
+    EXPECT_EQ(received, sent);
 }
 
 TEST(KtdbgOutput, WriteErrorsAreReported) {
     receivedWhile(replyWith("Process has been running\n\0"s), [] {
         // A closed standard output must not become the connection itself.
-        for (const char* line :
-             {"ktdbg gwdemo et >/dev/full", "ktdbg --help >/dev/full", "ktdbg gwdemo et >&-"}) {
-            EXPECT_EQ(run(line).exitCode, 6) << line;
+        for (const char* words : {"gwdemo et >/dev/full", "--help >/dev/full", "gwdemo et >&-"}) {
+            EXPECT_EQ(run("ktdbg "s + words).exitCode, 6) << words;
         }
     });
 }
@@ -150,8 +145,7 @@ TEST(KtdbgUsage, HelpIsDataAndBadOptionsAreTalk) {
     EXPECT_EQ(run("ktdbg --help").output.find("Usage: ktdbg"), 0u);
     for (const char* line : {"ktdbg", "ktdbg -x", "ktdbg -p 80x et", "ktdbg -t nan d"}) {
         const Result result = run(line);
-        EXPECT_EQ(result.exitCode, 2) << line;
-        EXPECT_EQ(result.output, "");
+        EXPECT_TRUE(result.exitCode == 2 && result.output.empty()) << line;
         EXPECT_NE(result.errors.find("Usage: ktdbg"), std::string::npos);
     }
 }

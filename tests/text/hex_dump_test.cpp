@@ -55,12 +55,10 @@ TEST(HexDump, Looks) {
     const string line = "E9 E9 E9 E9 E9 E9 E9 E9 E9 E9 E9 E9 E9 E9 E9 E9   ................\n";
     EXPECT_NE(large.find("\n  FFF0  " + line + "  10000  " + line), string::npos);
     EXPECT_NE(large.find("\n  100010  E9 " + string(45, ' ') + "  .\n"), string::npos);
-    char untouched = '#';
-    EXPECT_EQ(strHexout(bytes.data(), 1, &untouched, 1, 41), nullptr);
-    EXPECT_EQ(strHexout(bytes.data(), 1, &untouched, 0, 0), &untouched);
-    EXPECT_EQ(strHexout(nullptr, 1, &untouched, 1, 0), nullptr);
-    EXPECT_EQ(untouched, '#');
-    EXPECT_STREQ(strHexout(bytes.data(), -1, &untouched, 1, 0), "");
+    char out = '#';  // stays
+    EXPECT_TRUE(!strHexout(bytes.data(), 1, &out, 1, 41) && !strHexout(nullptr, 1, &out, 1, 0));
+    EXPECT_TRUE(strHexout(bytes.data(), 1, &out, 0, 0) == &out && out == '#');
+    EXPECT_STREQ(strHexout(bytes.data(), -1, &out, 1, 0), "");
 }
 
 TEST(HexDump, RawPairsLeaveRoomForTheTerminator) {

@@ -12,7 +12,7 @@
 namespace {
 
 using Data = void*;
-using kt::test::printedBy;
+using namespace kt::test;
 
 struct List : LLNode {
     explicit List(unsigned elemSize) : LLNode() { llInit(this, elemSize); }
@@ -83,9 +83,8 @@ TEST(LinkedList, RefusesWhatItCannotDo) {
     if (kHeapRefuses) {
         EXPECT_EQ(withHeapGrants(0, [&] { return llAdd(&list, &record); }), nullptr);
     }
-    EXPECT_EQ(llDelete(&list, &list), &list);
-    EXPECT_EQ(llDelete(&list, nullptr), &list);
-    EXPECT_EQ(contentsOf(list), two);
+    EXPECT_TRUE(llDelete(&list, &list) == &list && llDelete(&list, nullptr) == &list &&
+                contentsOf(list) == two);
     EXPECT_TRUE(llInit(nullptr, 1) == nullptr && llAdd(nullptr, &record) == nullptr &&
                 llFirst(nullptr) == nullptr && llNext(nullptr) == nullptr &&
                 llDelete(nullptr, two[0]) == nullptr);
@@ -109,20 +108,18 @@ TEST(LinkedList, Shows) {
     List list(4);
     const LLNode* first = llAdd(&list, "one");
     const LLNode* second = llAdd(&list, "two");
-    const auto shown = [](const char* before, const LLNode* node) {
-        char line[200];
-        snprintf(line, sizeof line, "%s  node: %p - size: 4, data: %p, next: %p\n", before,
-                 static_cast<const void*>(node), node->data, static_cast<void*>(node->next));
-        return std::string(line);
+    const auto shown = [](const LLNode* node) {
+        return allPrintedBy([data = node->data, next = Data(node->next), node] {
+            printf("  node: %p - size: 4, data: %p, next: %p\n", Data(node), data, next);
+        });
     };
-    EXPECT_EQ(printedBy([&] { llShowAll(&list, "%d\n", 2); }), shown("2\n", first) + shown("", second));
+    EXPECT_EQ(printedBy([&] { llShowAll(&list, "%d\n", 2); }), "2\n" + shown(first) + shown(second));
     EXPECT_EQ(printedBy([] { llShowAll(nullptr, nullptr), llShow(nullptr, "x"); }), "x");
     LLNode own = *first;
     own.head = own.current = &own;
-    char info[80];
-    snprintf(info, sizeof info, "x  llInfo: head: %p, curr: %p\n", static_cast<void*>(&own),
-             static_cast<void*>(&own));
-    EXPECT_EQ(printedBy([&] { llShow(&own, "%s", "x"); }), shown(info, &own));
+    std::ostringstream info;
+    info << "x  llInfo: head: " << &own << ", curr: " << &own << "\n";
+    EXPECT_EQ(printedBy([&] { llShow(&own, "%s", "x"); }), info.str() + shown(&own));
 }
 
 }  // namespace

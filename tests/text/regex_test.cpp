@@ -73,19 +73,17 @@ TEST(Regex, MatchesAndCaptures) {
         "(a)(b)(c)(d)(e) abc -7"};
     // clang-format on
     for (const string& line : lines) {
-        const size_t text = line.find(' ') + 1;
-        const size_t result = line.find(' ', text) + 1;
+        const size_t text = line.find(' ') + 1, result = line.find(' ', text) + 1;
         EXPECT_EQ(outcome(slre_match, line.substr(0, text - 1), line.substr(text, result - 1 - text), 4, 0),
                   line.substr(result))
             << line;
     }
     EXPECT_EQ(outcome(slre_match, "ABC", "abc", 0, 1) + outcome(slre_match, "[A-C]", "b", 0, 1), "31");
     EXPECT_EQ(outcome(slre_match, "\\x41", "a", 0, 1) + outcome(slre_match, "\\.", "x.", 0, 1), "-12");
-    EXPECT_EQ(slre_match("(a)(b)", "ab", 2, nullptr, 0, 0), 2);
     EXPECT_EQ(slre_match("a.c", "a\0c", 3, nullptr, 0, 0), 3);
-    EXPECT_EQ(slre_match("a", "a", -1, nullptr, 0, 0), -1);
     EXPECT_EQ(slre_match("^", nullptr, 0, nullptr, 5, 0), 0);
-    EXPECT_EQ(slre_match(nullptr, "a", 1, nullptr, 0, 0), -1);
+    EXPECT_TRUE(slre_match("a", "a", -1, nullptr, 0, 0) == -1 &&
+                slre_match(nullptr, "a", 1, nullptr, 0, 0) == -1);
     EXPECT_EQ(slre_match("a*", nullptr, 1, nullptr, 0, 0), -1);
 }
 
@@ -98,11 +96,7 @@ TEST(Regex, TellsWhatIsWrongWithThePattern) {
     }
 }
 
-string repeated(const string& text, int count) {
-    string all;
-    for (int i = 0; i < count; ++i) { all += text; }
-    return all;
-}
+string repeated(const string& text, int count) { return count == 0 ? "" : text + repeated(text, count - 1); }
 
 void* matchAtTheLimits(void* failures) {
     const auto expect = [&](const string& pattern, const string& text, int expected) {
