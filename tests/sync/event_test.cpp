@@ -103,11 +103,12 @@ TEST(Event, WaitsEnd) {
             return wakeUps < 3 ? 0 : c.result;
         };
         int result = -1;
-        const auto wait = [&] { result = waitFor(&event, c.selector, isTimed); };
+        const std::string line =
+            kt::test::debugLinesOf([&] { result = waitFor(&event, c.selector, isTimed); });
+        t_wait = nullptr;
         const std::string name = "eventCond_" + std::string(isTimed ? "timed" : "") + "wait() unknown ";
         const bool isTold = *c.line != '\0' && !(isTimed && c.found == 7);
-        EXPECT_EQ(kt::test::debugLinesOf(wait), isTold ? name + c.line : "") << i;
-        t_wait = nullptr;
+        EXPECT_EQ(line, isTold ? name + c.line : "") << i;
         EXPECT_EQ(result, c.result) << i;
         EXPECT_EQ(wakeUps, c.found == 0 ? 0 : 3) << i;
         destroyEvent(&event);
@@ -117,14 +118,17 @@ TEST(Event, WaitsEnd) {
 // Before the wait begins, while it does, or in it.
 TEST(Event, CancellationLeavesNoLock) {
     static EVENT event;
-    static constexpr int (*sleeps[])(unsigned) = {sleep_s, tsleep_s, usleep_s};
-    for (size_t i = 0; i < 160; ++i) {
+    void (*const calls[])() = {[] { eventCond_wait(&event, 0x10); },
+                               [] { waitFor(&event, 0x10, true); },
+                               [] { eventCond_wait(&event, 0x20); },
+                               [] { waitFor(&event, 0x20, true); },
+                               [] { sleep_s(UINT_MAX); },
+                               [] { tsleep_s(UINT_MAX); },
+                               [] { usleep_s(999999); },
+                               [] { usleep_s(UINT_MAX); }};
+    for (size_t i = 0; i < 20 * std::size(calls); ++i) {
         initEventWithClocks(0x30, &event, "");
-        kt::test::CancellableThread thread([kind = i % 8] {
-            kind < 4   ? waitFor(&event, 0x10 << kind / 2, kind % 2 == 1)
-            : kind < 7 ? sleeps[kind - 4](UINT_MAX)
-                       : usleep_s(999999);
-        });
+        kt::test::CancellableThread thread(calls[i % std::size(calls)]);
         for (size_t yields = 0; yields < i; ++yields) { std::this_thread::yield(); }
         thread.cancel();
         EXPECT_FALSE(thread.join()) << i;
