@@ -8,7 +8,7 @@
 
 namespace kt {
 
-Service::Service(int component) : socket_(socketOpenWriter(component, component, 0)) {}
+Service::Service(int component) : socket_(socketOpenWriter(component, component, 0, 0)) {}
 
 Service::~Service() {
     if (*this) {
