@@ -276,10 +276,9 @@ unsigned _debugGetMode(void) {
 }
 
 int _debugSetFileName(const char* processName) {
-    char* path = nullptr;
-    sprintf_x(&path, "%s/_debug_%s.log", LOG_PATH, processName);
+    kt::HeapText path = kt::formatted("%s/_debug_%s.log", LOG_PATH, processName);
     const kt::StdoutLock lock;
-    free(std::exchange(gDebugFileName, path));
+    free(std::exchange(gDebugFileName, path.release()));
     return 0;
 }
 
@@ -323,10 +322,8 @@ int __debugFunc(const char* name, int line, const char* fmt, ...) {
     const kt::HeapText message(formatVAString(fmt, ap));
     va_end(ap);
     strstrip(message.get(), "\n");
-    char* text = nullptr;
-    sprintf_x(&text, "%s<%d> \"%s\"\n", name, line, message == nullptr ? "" : message.get());
-    const kt::HeapText owned(text);
-    return text == nullptr ? 0 : __debugCoreMsg(line, text);
+    const kt::HeapText text = kt::formatted("%s<%d> \"%s\"\n", name, line, kt::textOf(message));
+    return text == nullptr ? 0 : __debugCoreMsg(line, text.get());
 }
 
 int __breakpoint(const char* file, int line, const char* fmt, ...) {
@@ -335,10 +332,8 @@ int __breakpoint(const char* file, int line, const char* fmt, ...) {
     const kt::HeapText message(formatVAString(fmt, ap));
     va_end(ap);
     const char* slash = strrchr(file, '/');
-    char* text = nullptr;
-    sprintf_x(&text, "\n>>> BP (%s:%d) %s\n", slash == nullptr ? file : slash + 1, line,
-              message == nullptr ? "" : message.get());
-    const kt::HeapText owned(text);
-    printLocked(text == nullptr ? "" : text);
+    const kt::HeapText text = kt::formatted("\n>>> BP (%s:%d) %s\n", slash == nullptr ? file : slash + 1,
+                                            line, kt::textOf(message));
+    printLocked(kt::textOf(text));
     return getchar();
 }

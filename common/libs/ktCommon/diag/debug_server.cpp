@@ -189,13 +189,8 @@ kt::HeapText replyTo(const CmdEntry* table, char* text) {
         return kt::HeapText(reply);
     }
     free(reply);
-    reply = nullptr;
-    if (code == kNotDefined) {
-        sprintf_x(&reply, "Command '%s' not defined. Use '?' for Help\n", command.word);
-    } else {
-        sprintf_x(&reply, "Command '%s' executed, rc %d\n", command.word, code);
-    }
-    return kt::HeapText(reply);
+    return code == kNotDefined ? kt::formatted("Command '%s' not defined. Use '?' for Help\n", command.word)
+                               : kt::formatted("Command '%s' executed, rc %d\n", command.word, code);
 }
 
 void serve(int client, const CmdEntry* table) {

@@ -53,12 +53,6 @@ __attribute__((format(printf, 5, 0))) int writeSplit(int line, const DebugTimer&
     return 0;
 }
 
-kt::HeapText defaultName() {
-    char* name = nullptr;
-    sprintf_x(&name, "timer %04d", getpid());
-    return kt::HeapText(name);
-}
-
 // Ends a record's run even if the thread is cancelled while it writes the last line.
 class Release {
   public:
@@ -85,7 +79,7 @@ DebugTimer* __debugStartTimer(int line, DebugTimer* timer, const char* fmt, ...)
     va_start(ap, fmt);
     kt::HeapText name;
     if (isTracing()) {
-        name = fmt == nullptr ? defaultName() : kt::HeapText(formatVAString(fmt, ap));
+        name = fmt == nullptr ? kt::formatted("timer %04d", getpid()) : kt::HeapText(formatVAString(fmt, ap));
     }
     va_end(ap);
     if (name == nullptr) {

@@ -44,11 +44,9 @@ bool isTraceFile(const char* name) {
 }
 
 void deleteIfOld(const char* name) {
-    char* path = nullptr;
-    sprintf_x(&path, "%s%s", TRACE_PATH, name);
-    const kt::HeapText owned(path);
+    const kt::HeapText path = kt::formatted("%s%s", TRACE_PATH, name);
     struct stat state;
-    if (path == nullptr || stat(path, &state) != 0) {
+    if (path == nullptr || stat(path.get(), &state) != 0) {
         return;
     }
     const int64_t age = int64_t{time(nullptr)} - state.st_mtime;
@@ -56,9 +54,9 @@ void deleteIfOld(const char* name) {
         __debug(__LINE__, " - cleanOldTracerFiles() / %s / fileAge = %ld(sec)\n", name,
                 static_cast<long>(std::max<int64_t>(age, LONG_MIN)));
     } else if (age > kLongestAge) {
-        __debug(__LINE__, " - cleanOldTracerFiles() / file '%s' is > 10days old, deleting.\n", path);
+        __debug(__LINE__, " - cleanOldTracerFiles() / file '%s' is > 10days old, deleting.\n", path.get());
         logEngMessage(kt::component::kTracer, "File '%s' is > 10 days old, deleting", name);
-        unlink(path);
+        unlink(path.get());
     }
 }
 

@@ -16,7 +16,6 @@
 #include "internal/signal_stack.h"
 #include "internal/uninterrupted.h"
 #include "text/bounded.h"
-#include "text/growable.h"
 
 static_assert(sizeof(ShutdownMonitorContext::moduleName) == 512);
 static_assert(offsetof(ShutdownMonitorContext, onShutdown) == 512);
@@ -30,9 +29,7 @@ constexpr mode_t kForEverybody = 0666;
 using OwnedContext = kt::Owned<ShutdownMonitorContext, free>;
 
 kt::HeapText semaphoreName(const char* moduleName) {
-    char* name = nullptr;
-    sprintf_x(&name, "%s%s", kNamePrefix, moduleName);
-    return kt::HeapText(name);
+    return kt::formatted("%s%s", kNamePrefix, moduleName);
 }
 
 // The semaphore of one monitor; it goes with the monitor, also when that is cancelled in the wait.
@@ -73,11 +70,9 @@ class ExitSemaphore {
     // The umask has had its say on the new file, and changing it would change it for all threads. The C
     // library keeps its semaphores here; a link that somebody else has put in the place is not followed.
     void permitEverybody() const {
-        char* path = nullptr;
-        sprintf_x(&path, "/dev/shm/sem.%s", name_ + 1);
-        const kt::HeapText owned(path);
+        const kt::HeapText path = kt::formatted("/dev/shm/sem.%s", name_ + 1);
         if (path != nullptr) {
-            fchmodat(AT_FDCWD, path, kForEverybody, AT_SYMLINK_NOFOLLOW);
+            fchmodat(AT_FDCWD, path.get(), kForEverybody, AT_SYMLINK_NOFOLLOW);
         }
     }
 

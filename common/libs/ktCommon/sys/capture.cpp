@@ -9,7 +9,6 @@
 #include <utility>
 
 #include "internal/heap_text.h"
-#include "text/growable.h"
 
 namespace {
 
@@ -127,10 +126,8 @@ int capture(const char* command, const char* opening, const char* argument, cons
     if (size > 0) {
         *output = '\0';
     }
-    char* line = nullptr;
-    sprintf_x(&line, "%s%s%s%s", command, opening, argument, closing);
-    const kt::HeapText owned(line);
-    CommandOutput running(line);
+    const kt::HeapText line = kt::formatted("%s%s%s%s", command, opening, argument, closing);
+    CommandOutput running(line.get());
     if (running.stream() == nullptr) {
         return kNotStarted;
     }

@@ -12,7 +12,6 @@
 #include "internal/heap_text.h"
 #include "internal/whole_file.h"
 #include "sys/shell.h"
-#include "text/growable.h"
 
 namespace {
 
@@ -72,9 +71,7 @@ void showClock() {
 }
 
 int writeConf(const char* serverKey, const char* server) {
-    char* text = nullptr;
-    sprintf_x(&text, "%s%s %s\n%s", kConfHead, serverKey, server, kConfTail);
-    const kt::HeapText owned(text);
+    const kt::HeapText text = kt::formatted("%s%s %s\n%s", kConfHead, serverKey, server, kConfTail);
     if (text == nullptr) {
         return kNotOpened;
     }
@@ -83,7 +80,7 @@ int writeConf(const char* serverKey, const char* server) {
         __debug(__LINE__, "\n - updateNtpConf() / could not open .conf\n");
         return kNotOpened;
     }
-    conf.replaceContents(text, strlen(text));
+    conf.replaceContents(text.get(), strlen(text.get()));
     return kWritten;
 }
 
