@@ -20,9 +20,9 @@ namespace {
 constexpr int kOpenSafely = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 constexpr std::chrono::seconds kPatience{1};
 
-int openUncancelled(const char* path, mode_t newMode) {
+int openUncancelled(const char* path, mode_t newMode, int access) {
     const Uncancelled uncancelled;
-    return open(path, O_WRONLY | O_CREAT | kOpenSafely, newMode);
+    return open(path, access | O_CREAT | kOpenSafely, newMode);
 }
 
 }  // namespace
@@ -80,7 +80,8 @@ HeapText InputFile::contents(size_t spare, size_t& got) {
     return block;
 }
 
-OutputFile::OutputFile(const char* path, mode_t newMode) : fd_(openUncancelled(path, newMode)) {}
+OutputFile::OutputFile(const char* path, mode_t newMode, int access)
+    : fd_(openUncancelled(path, newMode, access)) {}
 
 bool OutputFile::replaceContents(const void* data, size_t size) {
     const Uncancelled uncancelled;

@@ -50,9 +50,9 @@ class OutputFile {
   public:
     // path is not null; newMode, less the umask: of a file that is created. Neither function is a cancellation
     // point.
-    explicit OutputFile(const char* path, mode_t newMode = 0666);
+    explicit OutputFile(const char* path, mode_t newMode = 0666, int access = O_WRONLY);
 
-    // False when it could not be opened, as a FIFO that nobody reads.
+    // False when it could not be opened, as for writing only a FIFO that nobody reads.
     explicit operator bool() const { return static_cast<bool>(fd_); }
 
     // Empties the file and writes `size` bytes. False when not all of them are there. The reader of a FIFO or

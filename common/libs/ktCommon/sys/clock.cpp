@@ -1,5 +1,6 @@
 #include "sys/clock.h"
 
+#include <fcntl.h>
 #include <strings.h>
 
 #include <chrono>
@@ -75,7 +76,7 @@ int writeConf(const char* serverKey, const char* server) {
     if (text == nullptr) {
         return kNotOpened;
     }
-    kt::OutputFile conf(NTP_CONF_PATH, kConfMode);
+    kt::OutputFile conf(NTP_CONF_PATH, kConfMode, O_RDWR);
     if (!conf) {
         __debug(__LINE__, "\n - updateNtpConf() / could not open .conf\n");
         return kNotOpened;

@@ -33,7 +33,7 @@ KT_API int setLocalTime(time_t when);
 // line:
 //     -1  "NTP" without a server
 //     -2  timeSource is null or unknown
-//     -3  the file cannot be opened; or memory is short, without a line
+//     -3  the file cannot be opened for reading and writing; or memory is short, without a line
 KT_API int updateNtpConf(const char* timeSource, const char* timeServer);
 
 #ifdef __cplusplus

@@ -51,8 +51,8 @@ typedef struct MemUseInfo {
     char uptime[63];  // of the system: days:hours:minutes:seconds
 } MemUseInfo;
 
-// Runs "/usr/bin/du -c PATH" (a command of at most 255 characters; output 2047 bytes, so the total of a tree
-// of many directories is lost).
+// Runs "/usr/bin/du -c PATH" (a command of at most 255 characters). Lines that no longer fit in 2047 bytes of
+// output are left out, in a tree of many directories perhaps the total.
 // Returns the total in blocks of 1024 bytes
 //      0  there is no total, or it is 0
 //     -1  path is null
@@ -78,17 +78,19 @@ KT_API int getFreeMem(MemoryInfo* out);
 // Returns the load average of the last minute times 100, from "/proc/loadavg"; 0 when that cannot be read.
 KT_API int getCPULoad(void);
 
-// Watches for one second how much time the system spends for the process that getProcessID finds (field 15 of
-// its stat line, counted by blanks: a name with blanks shifts it).
-// Returns the system-mode time in clock ticks
+// Watches for one second, or until a signal's handler returns, how much time the system spends for the process
+// that getProcessID finds (field 15 of its stat line, counted by blanks: a name with blanks shifts it).
+// Returns the system-mode time in clock ticks. A process that ends meanwhile counts as back at 0: any negative
+//         number, without a line
 //     -1  processName is null
 //     -2  there is no such process; both also say so in a line on standard output
 KT_API int getProcessLoading(const char* processName);
 
 // Fills uptime, then usedBytes and freeBytes from "free -b" (255 bytes), then rssKB and memPercent from the
-// first line of "ps axv" that holds processName (at most 255 characters; output 255 bytes), read from its
-// first "?", the terminal column of a process without one, or else from "ttymxc6", the serial console. Pass a
-// record of zeros: what is not filled, and the last byte of memPercent, stays as it was.
+// lines of "ps axv" that hold processName (at most 255 characters; output 255 bytes), read from the first "?"
+// in any of them, the terminal column of a process without one, or if there is none from the first "ttymxc6",
+// the serial console. Pass a record of zeros: what is not filled, and the last byte of memPercent, stays as it
+// was.
 // Returns 0
 //     -1  something is missing: also said on standard output, in one line or with what was read. A null
 //         processName fills the first three; nothing is done when out is null.
